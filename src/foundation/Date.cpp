@@ -1,0 +1,18 @@
+#include "foundation/Date.h"
+
+#include <time.h>
+
+#include <array>
+
+namespace larkspan {
+
+std::string dateDescription(Date date) {
+    const auto seconds = static_cast<time_t>(unixSeconds(date));
+    struct tm parts = {};
+    localtime_r(&seconds, &parts);
+    std::array<char, 64> text{};
+    const size_t length = strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S %z", &parts);
+    return {text.data(), length};
+}
+
+}  // namespace larkspan

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <utility>
+#include <variant>
+
+#include "foundation/Error.h"
+
+namespace larkspan {
+
+// A value, or the error that stands in its place. Reading the wrong side throws
+// std::bad_variant_access, so test with `if (result)` first.
+template <class T>
+class [[nodiscard]] Result {
+ public:
+    Result(T value) : content_(std::in_place_index<0>, std::move(value)) {}      // NOLINT
+    Result(Error error) : content_(std::in_place_index<1>, std::move(error)) {}  // NOLINT
+
+    explicit operator bool() const { return content_.index() == 0; }
+
+    T& value() & { return std::get<0>(content_); }
+    const T& value() const& { return std::get<0>(content_); }
+    T&& value() && { return std::get<0>(std::move(content_)); }
+    T& operator*() & { return value(); }
+    const T& operator*() const& { return value(); }
+    T* operator->() { return &value(); }
+    const T* operator->() const { return &value(); }
+
+    const Error& error() const { return std::get<1>(content_); }
+
+ private:
+    std::variant<T, Error> content_;
+};
+
+}  // namespace larkspan

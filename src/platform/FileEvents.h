@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "foundation/Date.h"
+#include "foundation/Path.h"
+
+namespace larkspan::platform {
+
+// One changed folder.
+struct FileEvent {
+    std::uint64_t id = 0;  // grows by at least one from event to event within a process
+    Path path;             // the folder, under the path its root was given by, ending in "/"
+    std::uint32_t flags = 0;
+};
+
+// Flags of an event; 0 for an ordinary change.
+namespace FileEventFlag {
+inline constexpr std::uint32_t mustScanSubfolders = 0x01;  // something below may have changed too
+inline constexpr std::uint32_t eventsDropped = 0x04;       // the system lost events
+inline constexpr std::uint32_t rootChanged = 0x20;         // the root came, went or was replaced
+}  // namespace FileEventFlag
+
+// What a stream makes of one of its roots.
+struct WatchedRoot {
+    Path path;
+    bool watched = false;
+    std::string problem;  // when not (or not wholly) watched: why, in words; else empty
+};
+
+// Watches folder trees. A change of a folder's entries, or of the contents, dates or attributes of
+// a file in it, is reported as an event for that folder.
+//
+// Nothing is lost: a folder that appears below a root is watched, and counts as changed, with
+// everything that was already in it; after the system dropped events every root is looked through
+// again and reported with mustScanSubfolders | eventsDropped; folders that cannot be watched for
+// want of system resources are looked through by a timer; a root that does not exist is picked up
+// when it appears, also after it has been removed.
+class FileEvents {
+ public:
+    // The changed folders of one batch, each at most once, in the order of their first change.
+    using Callback = std::function<void(const std::vector<FileEvent>&)>;
+
+    // A running watch. Destroying it on the main thread ends it: no callback begins afterwards.
+    class Stream {
+     public:
+        virtual ~Stream() = default;
+
+        // The roots in the order given. Any thread.
+        virtual std::vector<WatchedRoot> roots() const = 0;
+    };
+
+    virtual ~FileEvents() = default;
+
+    // Starts watching; main thread only. Returns when all folders that exist are watched, so that
+    // no later change is missed. An empty list gives a stream that reports nothing.
+    //
+    // Callbacks come on the main thread. The first change after a quiet period of `latency` is
+    // handed on at once; later ones are gathered and handed on together when `latency` has passed
+    // since the last batch.
+    virtual std::unique_ptr<Stream> start(std::vector<Path> paths, Seconds latency,
+                                          Callback callback) = 0;
+};
+
+}  // namespace larkspan::platform

@@ -1,0 +1,164 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "foundation/Date.h"
+#include "foundation/Path.h"
+#include "foundation/Result.h"
+
+namespace larkspan::platform {
+
+enum class EntryKind { file, folder, symbolicLink, other };
+
+struct DirectoryEntry {
+    std::string name;
+    EntryKind kind = EntryKind::other;  // of the entry itself: links are not followed
+
+    friend bool operator==(const DirectoryEntry&, const DirectoryEntry&) = default;
+};
+
+// Names a file system object for as long as it exists.
+struct FileIdentity {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    friend auto operator<=>(const FileIdentity&, const FileIdentity&) = default;
+};
+
+struct FileInfo {
+    EntryKind kind = EntryKind::other;
+    std::uint64_t size = 0;  // bytes
+    Date modificationDate;
+    Date attributeChangeDate;  // set by the system at every change, cannot be set by programs
+    unsigned permissions = 0;  // the low 12 mode bits
+    unsigned owner = 0;        // user id
+    FileIdentity identity;
+
+    bool isFolder() const { return kind == EntryKind::folder; }
+    bool isFile() const { return kind == EntryKind::file; }
+};
+
+struct DiskSpace {
+    std::uint64_t total = 0;  // bytes
+    std::uint64_t free = 0;   // bytes that this user may still write
+};
+
+// Whether an entry is wanted in a listing. Called for every entry but "." and ".." before it is
+// copied or sorted, so that a large folder with few wanted entries costs little.
+using EntryFilter = std::function<bool(std::string_view name, EntryKind kind)>;
+
+// An open folder. Holds one descriptor until destroyed; used by one thread at a time.
+class Folder {
+ public:
+    virtual ~Folder() = default;
+
+    // The wanted entries (all without a filter), in listing order: case-insensitive name, then
+    // bytes. Unreadable folders give none.
+    virtual std::vector<DirectoryEntry> entries(const EntryFilter& filter = {}) = 0;
+
+    // A folder in this one, following a link; null when there is none or it may not be opened.
+    virtual std::unique_ptr<Folder> openFolder(const std::string& name) = 0;
+
+    // Facts about an entry, following links; empty when it is missing or a dangling link.
+    virtual std::optional<FileInfo> info(const std::string& name) = 0;
+
+    // Facts about the folder itself.
+    virtual std::optional<FileInfo> info() = 0;
+
+    // Content of a file in this folder, as Files::readFile.
+    virtual Result<std::string> readFile(const std::string& name, size_t largestSize) = 0;
+};
+
+// An open file that is written at its end. Closed when destroyed. One thread at a time.
+class FileWriter {
+ public:
+    virtual ~FileWriter() = default;
+
+    // Writes all of it with as few system calls as possible.
+    virtual std::optional<Error> write(std::string_view bytes) = 0;
+};
+
+// Errors of these operations have posixErrorDomain with an errno value, which callers may test:
+// ENOENT for missing things, EEXIST where something is in the way, ENOSPC for a full disk.
+inline constexpr const char* filesErrorDomain = "FilesErrorDomain";
+
+// Code in filesErrorDomain: the source of a copy changed while it was being copied.
+inline constexpr long sourceChangedDuringCopy = 1;
+
+// The file system. Every member may be called from any thread. An operation that gives an optional
+// Error gives an empty one on success.
+class Files {
+ public:
+    virtual ~Files() = default;
+
+    // Following links; empty when there is nothing or a link leads nowhere.
+    virtual std::optional<FileInfo> info(const Path& path) = 0;
+    // Of the entry itself.
+    virtual std::optional<FileInfo> linkInfo(const Path& path) = 0;
+    bool exists(const Path& path) { return info(path).has_value(); }
+    bool isFolder(const Path& path) {
+        const auto facts = info(path);
+        return facts && facts->isFolder();
+    }
+
+    // All entries in listing order (case-insensitive name, then bytes).
+    virtual Result<std::vector<DirectoryEntry>> contentsOfFolder(const Path& folder) = 0;
+    // Null when it is not a folder or may not be opened.
+    virtual std::unique_ptr<Folder> openFolder(const Path& folder) = 0;
+
+    // At most `largestSize` bytes; a larger file gives EFBIG. Only regular files are read: a pipe
+    // or device gives EINVAL rather than block.
+    virtual Result<std::string> readFile(const Path& path, size_t largestSize) = 0;
+
+    // Replaces the file whole or not at all: temporary name beside it, synced, renamed, the folder
+    // synced. A file that is replaced keeps its permissions.
+    virtual std::optional<Error> writeFileAtomically(const Path& path, std::string_view bytes) = 0;
+
+    // Opens an existing regular file for writing at its end.
+    virtual Result<std::unique_ptr<FileWriter>> openForAppending(const Path& path) = 0;
+
+    // With the folders above it where they are missing; an existing folder is a success.
+    virtual std::optional<Error> createFolder(const Path& path) = 0;
+
+    // Copies a file or a whole folder tree to a path where nothing is. The copy appears under that
+    // name whole or not at all, also when the process is killed or the disk fills up, and is on
+    // disk when this returns: it is made under a hidden temporary name beside the target, synced,
+    // and renamed without replacing (EEXIST when something is there by then). Times are kept to
+    // the nanosecond, permissions and extended attributes too; links inside a tree stay links; a
+    // link given as the source is followed. Devices, pipes and sockets inside a tree are left out;
+    // as the source they give EINVAL. When the source changed while it was read, the copy is
+    // dropped with sourceChangedDuringCopy.
+    virtual std::optional<Error> copyItem(const Path& source, const Path& target) = 0;
+
+    // Removes temporary items in the folder that a copy, or a write, of a process that no longer
+    // runs left behind. Those in use by any process stay. Returns how many went.
+    virtual int removeAbandonedCopies(const Path& folder) = 0;
+
+    // Renames within a file system, without replacing (EEXIST).
+    virtual std::optional<Error> moveItem(const Path& source, const Path& target) = 0;
+    // Removes a file, a link or a whole tree. A missing item gives ENOENT.
+    virtual std::optional<Error> removeItem(const Path& path) = 0;
+
+    virtual std::optional<Error> setPermissions(const Path& path, unsigned permissions) = 0;
+    virtual std::optional<Error> setModificationDate(const Path& path, Date date) = 0;
+
+    // As the process's effective user sees it, following links; false for missing things.
+    virtual bool isWritable(const Path& path) = 0;
+    virtual bool isExecutable(const Path& path) = 0;
+    // Whether the entry could be removed or renamed: its folder allows it.
+    virtual bool isDeletable(const Path& path) = 0;
+
+    // The four-character type code of the Finder information: from the extended attribute, else
+    // from the AppleDouble file beside it; empty when there is neither or it is all zero.
+    virtual std::string typeCode(const Path& path) = 0;
+
+    // Space of the file system that holds the path; empty when it cannot be told.
+    virtual std::optional<DiskSpace> diskSpace(const Path& path) = 0;
+};
+
+}  // namespace larkspan::platform

@@ -1,0 +1,56 @@
+#pragma once
+
+namespace larkspan::platform {
+
+class Applications;
+class Bundles;
+class Clock;
+class Connections;
+class Console;
+class FileEvents;
+class Files;
+class Machine;
+class MainThread;
+class Processes;
+class SessionEvents;
+class StandardPlaces;
+class UserNotifications;
+class Volumes;
+
+// Everything that an operating system gives, one small interface per service. Holds references
+// only: whoever builds a Platform owns the services and keeps them alive longer than it.
+struct Platform {
+    Applications& applications;
+    Bundles& bundles;
+    Clock& clock;
+    Connections& connections;
+    Console& console;
+    FileEvents& fileEvents;
+    Files& files;
+    Machine& machine;
+    MainThread& mainThread;
+    Processes& processes;
+    SessionEvents& sessionEvents;
+    StandardPlaces& places;
+    UserNotifications& userNotifications;
+    Volumes& volumes;
+
+    // The platform in force: the one ambient object of the program, since operations without state
+    // cannot be handed one. Aborts with a message when none is installed.
+    static Platform& current();
+};
+
+// Installs a platform for as long as it lives, then puts back the one before. Made in main before
+// the first thread starts and after the last has ended; in tests by the fixture.
+class ScopedPlatform {
+ public:
+    explicit ScopedPlatform(Platform& platform);
+    ScopedPlatform(const ScopedPlatform&) = delete;
+    ScopedPlatform& operator=(const ScopedPlatform&) = delete;
+    ~ScopedPlatform();
+
+ private:
+    Platform* previous_;
+};
+
+}  // namespace larkspan::platform

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "foundation/Path.h"
+#include "foundation/Result.h"
+
+namespace larkspan::platform {
+
+enum class Stream { inherit, nullDevice, pipe };
+
+struct LaunchRequest {
+    Path launchPath;  // absolute
+    std::vector<std::string> arguments;
+    std::optional<std::map<std::string, std::string>> environment;  // replaces the whole of it
+    Stream input = Stream::nullDevice;  // a pipe is never written and stays open while it runs
+    Stream output = Stream::nullDevice;
+    Stream error = Stream::nullDevice;
+};
+
+// A child process. Thread safe: one thread may read or wait while another asks or terminates. It
+// is reaped when it has ended, whoever looks; destroying the object neither ends nor waits for it.
+class Process {
+ public:
+    virtual ~Process() = default;
+
+    virtual int processID() const = 0;
+    virtual bool isRunning() = 0;
+
+    // Blocks until it has ended. The exit status, or 128 plus the number of the signal.
+    virtual int waitUntilExit() = 0;
+
+    // Asks it to end (the polite termination signal). Nothing happens when it has ended.
+    virtual void terminate() = 0;
+
+    // What can be read from the pipe now, waiting until there is something; "" at its end, when
+    // there is no pipe, and after stopReading().
+    virtual std::string readAvailableOutput() = 0;
+    virtual std::string readAvailableError() = 0;
+
+    // Ends reading for good, also a read that another thread is blocked in.
+    virtual void stopReading() = 0;
+};
+
+// External programs. Children inherit nothing but their three standard streams, start with
+// default signal handling, and never stay behind as zombies. Any thread.
+class Processes {
+ public:
+    virtual ~Processes() = default;
+
+    // The error tells why a program could not be started.
+    virtual Result<std::shared_ptr<Process>> launch(const LaunchRequest& request) = 0;
+};
+
+}  // namespace larkspan::platform
