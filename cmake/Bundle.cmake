@@ -1,0 +1,30 @@
+# The programs, laid out as one bundle folder:
+#   Larkspan.app/Contents/{Info.plist, MacOS/Larkspan, Larkspan -> MacOS/Larkspan}
+#   Larkspan.app/Contents/LarkspanHelper.app/Contents/{Info.plist, MacOS/LarkspanHelper}
+set(LARKSPAN_BUNDLE ${CMAKE_BINARY_DIR}/Larkspan.app)
+set(LARKSPAN_HELPER_BUNDLE ${LARKSPAN_BUNDLE}/Contents/LarkspanHelper.app)
+# Changes whenever the format of the change-list caches does.
+set(LARKSPAN_CACHE_VERSION "1")
+
+function(larkspan_program target layer source folder)
+    if(NOT EXISTS ${CMAKE_SOURCE_DIR}/${source})
+        return()
+    endif()
+    add_executable(${target} ${source})
+    target_link_libraries(${target} PRIVATE ${layer} larkspan_platform_linux larkspan_warnings)
+    set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${folder}/Contents/MacOS)
+endfunction()
+
+function(larkspan_info_plist folder name identifier)
+    set(BUNDLE_NAME ${name})
+    set(BUNDLE_IDENTIFIER ${identifier})
+    configure_file(${CMAKE_SOURCE_DIR}/cmake/Info.plist.in ${folder}/Contents/Info.plist @ONLY)
+endfunction()
+
+function(larkspan_bundle)
+    larkspan_info_plist(${LARKSPAN_BUNDLE} Larkspan com.corvane.Larkspan)
+    larkspan_info_plist(${LARKSPAN_HELPER_BUNDLE} LarkspanHelper com.corvane.LarkspanHelper)
+    larkspan_program(Larkspan larkspan_frontend src/frontend/main.cpp ${LARKSPAN_BUNDLE})
+    larkspan_program(LarkspanHelper larkspan_app src/app/main.cpp ${LARKSPAN_HELPER_BUNDLE})
+    file(CREATE_LINK MacOS/Larkspan ${LARKSPAN_BUNDLE}/Contents/Larkspan SYMBOLIC)
+endfunction()

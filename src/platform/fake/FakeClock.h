@@ -1,0 +1,28 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "platform/Clock.h"
+
+namespace larkspan::platform {
+
+// A clock that moves only when it is told to. Sleeping moves it, so that nothing really waits.
+class FakeClock final : public Clock {
+ public:
+    explicit FakeClock(Date start = dateFromUnixTime(1'700'000'000)) : start_(start) {}
+
+    Date now() const override { return start_ + std::chrono::nanoseconds(elapsed_.load()); }
+    Seconds uptime() const override { return std::chrono::nanoseconds(elapsed_.load()); }
+    void sleepFor(Seconds duration) override { advance(duration); }
+
+    void advance(Seconds duration) {
+        elapsed_ += std::chrono::duration_cast<std::chrono::nanoseconds>(duration).count();
+    }
+
+ private:
+    const Date start_;
+    std::atomic<std::int64_t> elapsed_{0};
+};
+
+}  // namespace larkspan::platform

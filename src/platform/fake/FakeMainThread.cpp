@@ -1,0 +1,134 @@
+#include "platform/fake/FakeMainThread.h"
+
+#include <utility>
+
+namespace larkspan::platform {
+
+class FakeMainThread::FakeTimer final : public Timer {
+ public:
+    FakeTimer(FakeMainThread& owner, Seconds interval, Work work)
+        : owner_(owner), interval_(interval), due_(owner.clock_.uptime() + interval),
+          work_(std::move(work)) {}
+    FakeTimer(const FakeTimer&) = delete;
+    FakeTimer& operator=(const FakeTimer&) = delete;
+    ~FakeTimer() override { owner_.timers_.remove(this); }
+
+    Seconds interval() const { return interval_; }
+    Seconds due() const { return due_; }
+    void fire() {
+        while (due_ <= owner_.clock_.uptime()) due_ += interval_;
+        const Work work = work_;  // the call may destroy this timer
+        work();
+    }
+
+ private:
+    FakeMainThread& owner_;
+    const Seconds interval_;
+    Seconds due_;
+    const Work work_;
+};
+
+void FakeMainThread::post(Work work) {
+    const std::lock_guard lock(mutex_);
+    if (terminated_) return;
+    posted_.push_back(std::move(work));
+    changed_.notify_all();
+}
+
+bool FakeMainThread::performAndWait(Work work) {
+    if (isCurrent()) {
+        work();
+        return true;
+    }
+    auto done = std::make_shared<bool>(false);
+    post([this, done, work = std::move(work)] {
+        work();
+        const std::lock_guard lock(mutex_);
+        *done = true;
+        changed_.notify_all();
+    });
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [&] { return *done || terminated_; });
+    return *done;
+}
+
+std::unique_ptr<MainThread::Timer> FakeMainThread::scheduleRepeating(Seconds interval, Work work) {
+    auto timer = std::make_unique<FakeTimer>(*this, interval, std::move(work));
+    timers_.push_back(timer.get());
+    return timer;
+}
+
+FakeMainThread::FakeTimer* FakeMainThread::nextTimer() const {
+    FakeTimer* next = nullptr;
+    for (FakeTimer* timer : timers_) {
+        if (!next || timer->due() < next->due()) next = timer;
+    }
+    return next;
+}
+
+bool FakeMainThread::runOnePosted() {
+    Work work;
+    {
+        const std::lock_guard lock(mutex_);
+        if (posted_.empty()) return false;
+        work = std::move(posted_.front());
+        posted_.pop_front();
+    }
+    work();
+    return true;
+}
+
+void FakeMainThread::runPosted() {
+    while (runOnePosted()) {
+    }
+}
+
+void FakeMainThread::run() {
+    for (;;) {
+        {
+            std::unique_lock lock(mutex_);
+            if (posted_.empty() && timers_.empty()) {
+                changed_.wait(lock, [this] { return stopRequested_ || !posted_.empty(); });
+            }
+            if (std::exchange(stopRequested_, false)) return;
+        }
+        if (runOnePosted()) continue;
+        if (FakeTimer* timer = nextTimer()) {
+            const Seconds wait = timer->due() - clock_.uptime();
+            if (wait > Seconds(0)) clock_.advance(wait);
+            timer->fire();
+        }
+    }
+}
+
+void FakeMainThread::advance(Seconds duration) {
+    const Seconds end = clock_.uptime() + duration;
+    runPosted();
+    for (FakeTimer* timer = nextTimer(); timer && timer->due() <= end; timer = nextTimer()) {
+        clock_.advance(timer->due() - clock_.uptime());
+        timer->fire();
+        runPosted();
+    }
+    clock_.advance(end - clock_.uptime());
+}
+
+std::vector<Seconds> FakeMainThread::timerIntervals() const {
+    std::vector<Seconds> intervals;
+    for (const FakeTimer* timer : timers_) intervals.push_back(timer->interval());
+    return intervals;
+}
+
+void FakeMainThread::stop() {
+    const std::lock_guard lock(mutex_);
+    stopRequested_ = true;
+    changed_.notify_all();
+}
+
+void FakeMainThread::terminate() {
+    const std::lock_guard lock(mutex_);
+    terminated_ = true;
+    posted_.clear();
+    changed_.notify_all();
+}
+
+}  // namespace larkspan::platform
