@@ -1,8 +1,8 @@
 #include "foundation/Date.h"
 
-#include <time.h>
-
 #include <array>
+
+#include <time.h>
 
 namespace larkspan {
 

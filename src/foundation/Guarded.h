@@ -11,7 +11,7 @@ namespace larkspan {
 //   found.with([&](auto& paths) { paths.push_back(path); });
 template <class T>
 class Guarded {
- public:
+  public:
     Guarded() = default;
     explicit Guarded(T value) : value_(std::move(value)) {}
 
@@ -29,7 +29,7 @@ class Guarded {
         return with([](const T& value) { return value; });
     }
 
- private:
+  private:
     mutable std::mutex mutex_;
     T value_{};
 };

@@ -43,7 +43,8 @@ struct Printer {
     }
     std::string operator()(const std::string& text) const { return text; }
     std::string operator()(std::int64_t value) const {
-        if (wants("xXou")) return printed(directive, "l", directive.conversion, static_cast<long>(value));
+        if (wants("xXou"))
+            return printed(directive, "l", directive.conversion, static_cast<long>(value));
         if (wants("fgeFGE")) return (*this)(static_cast<double>(value));
         return printed(directive, "l", 'd', static_cast<long>(value));
     }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "foundation/Date.h"
+#include "foundation/Path.h"
+
 #include <concepts>
 #include <cstdint>
 #include <span>
@@ -8,9 +11,6 @@
 #include <type_traits>
 #include <variant>
 
-#include "foundation/Date.h"
-#include "foundation/Path.h"
-
 namespace larkspan {
 
 class Value;
@@ -18,22 +18,22 @@ std::string describe(const Value& value);
 
 // One argument of a message, already turned into what the formatter prints.
 class MessageArgument {
- public:
-    MessageArgument(std::string_view text) : content_(std::string(text)) {}    // NOLINT
-    MessageArgument(const std::string& text) : content_(text) {}               // NOLINT
-    MessageArgument(const char* text) : content_(std::string(text)) {}         // NOLINT
-    MessageArgument(const Path& path) : content_(path.str()) {}                // NOLINT
-    MessageArgument(Date date) : content_(dateDescription(date)) {}            // NOLINT
-    MessageArgument(const Value& value) : content_(describe(value)) {}         // NOLINT
-    MessageArgument(bool value) : content_(std::int64_t{value}) {}             // NOLINT
+  public:
+    MessageArgument(std::string_view text) : content_(std::string(text)) {}       // NOLINT
+    MessageArgument(const std::string& text) : content_(text) {}                  // NOLINT
+    MessageArgument(const char* text) : content_(std::string(text)) {}            // NOLINT
+    MessageArgument(const Path& path) : content_(path.str()) {}                   // NOLINT
+    MessageArgument(Date date) : content_(dateDescription(date)) {}               // NOLINT
+    MessageArgument(const Value& value) : content_(describe(value)) {}            // NOLINT
+    MessageArgument(bool value) : content_(std::int64_t{value}) {}                // NOLINT
     MessageArgument(std::floating_point auto value) : content_(double{value}) {}  // NOLINT
-    MessageArgument(std::integral auto value)                                  // NOLINT
+    MessageArgument(std::integral auto value)                                     // NOLINT
         : content_(static_cast<std::int64_t>(value)) {}
 
     using Content = std::variant<std::string, std::int64_t, double>;
     const Content& content() const { return content_; }
 
- private:
+  private:
     Content content_;
 };
 
@@ -74,7 +74,7 @@ constexpr size_t countPlaceholders(std::string_view format) {
 // A message whose placeholders are counted against its arguments when the program is compiled.
 template <class... Arguments>
 class BasicMessageText {
- public:
+  public:
     template <size_t Size>
     consteval BasicMessageText(const char (&text)[Size]) : text_(text) {  // NOLINT
         if (detail::countPlaceholders(text) != sizeof...(Arguments)) {
@@ -86,7 +86,7 @@ class BasicMessageText {
         return formatMessage(text_, std::span(list, sizeof...(Arguments)));
     }
 
- private:
+  private:
     std::string_view text_;
 };
 

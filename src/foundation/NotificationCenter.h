@@ -1,18 +1,18 @@
 #pragma once
 
+#include "foundation/Value.h"
+
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
-#include "foundation/Value.h"
-
 namespace larkspan {
 
 // Announcements inside the process, by name. Every member may be called from any thread.
 class NotificationCenter {
- public:
+  public:
     struct Notification {
         std::string name;
         Value userInfo;  // a dictionary, empty when there is nothing to say
@@ -30,7 +30,7 @@ class NotificationCenter {
     // Calls every observer of the name, in the order of registration, on the caller's thread.
     void postNotification(const std::string& name, Value userInfo = {});
 
- private:
+  private:
     struct Entry {
         std::string name;
         Observer observer;

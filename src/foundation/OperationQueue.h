@@ -16,7 +16,7 @@ namespace larkspan {
 //
 // An operation that throws is reported to the exception handler and counts as finished.
 class OperationQueue {
- public:
+  public:
     using Operation = std::function<void()>;
     // Called on the queue's thread with the text of an exception that left an operation.
     using ExceptionHandler = std::function<void(const std::string& reason)>;
@@ -40,7 +40,7 @@ class OperationQueue {
     // Whether the calling thread is running an operation of this queue.
     bool isCurrent() const;
 
- private:
+  private:
     void work();
     void runNext(std::unique_lock<std::mutex>& lock);
     bool mayRun() const { return !waiting_.empty() && running_ < maxConcurrent_; }

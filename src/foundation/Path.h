@@ -16,7 +16,7 @@ namespace larkspan {
 //   Path("/Work/Cut.1.fcp").deletingPathExtension()       "/Work/Cut.1"
 //   Path("/Work") / "/Film/"                              "/Work/Film"
 class Path {
- public:
+  public:
     Path() = default;
     explicit Path(std::string text) : text_(std::move(text)) {}
     explicit Path(std::string_view text) : text_(text) {}
@@ -58,7 +58,7 @@ class Path {
         return out << path.text_;
     }
 
- private:
+  private:
     std::string text_;
 };
 

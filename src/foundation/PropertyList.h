@@ -1,10 +1,10 @@
 #pragma once
 
-#include <string>
-#include <string_view>
-
 #include "foundation/Result.h"
 #include "foundation/Value.h"
+
+#include <string>
+#include <string_view>
 
 namespace larkspan {
 

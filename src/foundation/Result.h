@@ -1,9 +1,9 @@
 #pragma once
 
+#include "foundation/Error.h"
+
 #include <utility>
 #include <variant>
-
-#include "foundation/Error.h"
 
 namespace larkspan {
 
@@ -11,7 +11,7 @@ namespace larkspan {
 // std::bad_variant_access, so test with `if (result)` first.
 template <class T>
 class [[nodiscard]] Result {
- public:
+  public:
     Result(T value) : content_(std::in_place_index<0>, std::move(value)) {}      // NOLINT
     Result(Error error) : content_(std::in_place_index<1>, std::move(error)) {}  // NOLINT
 
@@ -27,7 +27,7 @@ class [[nodiscard]] Result {
 
     const Error& error() const { return std::get<1>(content_); }
 
- private:
+  private:
     std::variant<T, Error> content_;
 };
 

@@ -1,11 +1,11 @@
 #include "foundation/Text.h"
 
-#include <locale.h>
-#include <wctype.h>
-
 #include <algorithm>
 #include <charconv>
 #include <limits>
+
+#include <locale.h>
+#include <wctype.h>
 
 namespace larkspan {
 namespace {

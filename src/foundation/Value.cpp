@@ -1,9 +1,9 @@
 #include "foundation/Value.h"
 
+#include "foundation/Text.h"
+
 #include <cmath>
 #include <limits>
-
-#include "foundation/Text.h"
 
 namespace larkspan {
 namespace {
@@ -80,6 +80,8 @@ const Value* Value::find(std::string_view key) const {
     return found == values->end() ? nullptr : &found->second;
 }
 
-std::string describe(const Value& value) { return describedAt(value, 0); }
+std::string describe(const Value& value) {
+    return describedAt(value, 0);
+}
 
 }  // namespace larkspan

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "foundation/Date.h"
+
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -8,8 +10,6 @@
 #include <utility>
 #include <variant>
 #include <vector>
-
-#include "foundation/Date.h"
 
 namespace larkspan {
 
@@ -22,22 +22,22 @@ struct Data {
 // A property-list value: boolean, integer, real, string, data, date, array or dictionary.
 // Dictionaries are ordered by key, so that what is written from equal values is equal.
 class Value {
- public:
+  public:
     using Array = std::vector<Value>;
     using Dictionary = std::map<std::string, Value, std::less<>>;
 
     Value() : content_(Dictionary()) {}
-    Value(bool value) : content_(value) {}                                    // NOLINT
-    Value(int value) : content_(std::int64_t{value}) {}                       // NOLINT
-    Value(long value) : content_(std::int64_t{value}) {}                      // NOLINT
+    Value(bool value) : content_(value) {}                                      // NOLINT
+    Value(int value) : content_(std::int64_t{value}) {}                         // NOLINT
+    Value(long value) : content_(std::int64_t{value}) {}                        // NOLINT
     Value(unsigned long value) : content_(static_cast<std::int64_t>(value)) {}  // NOLINT
-    Value(double value) : content_(value) {}                                  // NOLINT
-    Value(const char* text) : content_(std::string(text)) {}                  // NOLINT
-    Value(std::string text) : content_(std::move(text)) {}                    // NOLINT
-    Value(Data data) : content_(std::move(data)) {}                           // NOLINT
-    Value(Date date) : content_(date) {}                                      // NOLINT
-    Value(Array values) : content_(std::move(values)) {}                      // NOLINT
-    Value(Dictionary values) : content_(std::move(values)) {}                 // NOLINT
+    Value(double value) : content_(value) {}                                    // NOLINT
+    Value(const char* text) : content_(std::string(text)) {}                    // NOLINT
+    Value(std::string text) : content_(std::move(text)) {}                      // NOLINT
+    Value(Data data) : content_(std::move(data)) {}                             // NOLINT
+    Value(Date date) : content_(date) {}                                        // NOLINT
+    Value(Array values) : content_(std::move(values)) {}                        // NOLINT
+    Value(Dictionary values) : content_(std::move(values)) {}                   // NOLINT
 
     // Each gives a null pointer when the value is of another kind.
     const bool* boolean() const { return std::get_if<bool>(&content_); }
@@ -66,7 +66,7 @@ class Value {
         std::variant<bool, std::int64_t, double, std::string, Data, Date, Array, Dictionary>;
     const Content& content() const { return content_; }
 
- private:
+  private:
     Content content_;
 };
 

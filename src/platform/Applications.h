@@ -1,14 +1,14 @@
 #pragma once
 
+#include "foundation/Date.h"
+#include "foundation/Path.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "foundation/Date.h"
-#include "foundation/Path.h"
 
 namespace larkspan::platform {
 
@@ -22,11 +22,11 @@ struct RunningApplication {
 
 // Running and installed applications.
 class Applications {
- public:
+  public:
     using TerminationObserver = std::function<void(const RunningApplication&)>;
     // Keeps an observer registered until destroyed, on the main thread.
     class Observation {
-     public:
+      public:
         virtual ~Observation() = default;
     };
 

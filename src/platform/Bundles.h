@@ -1,10 +1,10 @@
 #pragma once
 
-#include <optional>
-#include <string>
-
 #include "foundation/Path.h"
 #include "foundation/Value.h"
+
+#include <optional>
+#include <string>
 
 namespace larkspan::platform {
 
@@ -21,7 +21,7 @@ struct Bundle {
 
 // The running program's bundle and those around it. Any thread.
 class Bundles {
- public:
+  public:
     virtual ~Bundles() = default;
 
     // The bundle that encloses the running executable. A program that runs from no bundle gives

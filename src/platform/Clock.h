@@ -6,7 +6,7 @@ namespace larkspan::platform {
 
 // Time of day and waiting. Every member may be called from any thread.
 class Clock {
- public:
+  public:
     virtual ~Clock() = default;
 
     virtual Date now() const = 0;

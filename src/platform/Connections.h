@@ -1,14 +1,14 @@
 #pragma once
 
+#include "foundation/Date.h"
+#include "foundation/Result.h"
+#include "foundation/Value.h"
+
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
-
-#include "foundation/Date.h"
-#include "foundation/Result.h"
-#include "foundation/Value.h"
 
 namespace larkspan::platform {
 
@@ -31,16 +31,16 @@ struct ServedObject {
 // Named connections between processes of one user on one machine. Processes of other users are
 // refused.
 class Connections {
- public:
+  public:
     // Ends the service when destroyed, on the main thread.
     class Service {
-     public:
+      public:
         virtual ~Service() = default;
     };
 
     // The other side's view. Used by one thread at a time.
     class Client {
-     public:
+      public:
         virtual ~Client() = default;
 
         // Invokes a command and returns when the other side has carried it out.

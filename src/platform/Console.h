@@ -7,7 +7,7 @@ namespace larkspan::platform {
 // The process's standard output and the system console. Every member may be called from any
 // thread; each call is one whole line, never mixed with another's.
 class Console {
- public:
+  public:
     virtual ~Console() = default;
 
     // One line on standard output; a missing new line at the end is added.

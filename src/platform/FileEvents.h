@@ -1,13 +1,13 @@
 #pragma once
 
+#include "foundation/Date.h"
+#include "foundation/Path.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "foundation/Date.h"
-#include "foundation/Path.h"
 
 namespace larkspan::platform {
 
@@ -41,13 +41,13 @@ struct WatchedRoot {
 // want of system resources are looked through by a timer; a root that does not exist is picked up
 // when it appears, also after it has been removed.
 class FileEvents {
- public:
+  public:
     // The changed folders of one batch, each at most once, in the order of their first change.
     using Callback = std::function<void(const std::vector<FileEvent>&)>;
 
     // A running watch. Destroying it on the main thread ends it: no callback begins afterwards.
     class Stream {
-     public:
+      public:
         virtual ~Stream() = default;
 
         // The roots in the order given. Any thread.

@@ -1,5 +1,9 @@
 #pragma once
 
+#include "foundation/Date.h"
+#include "foundation/Path.h"
+#include "foundation/Result.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -7,10 +11,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "foundation/Date.h"
-#include "foundation/Path.h"
-#include "foundation/Result.h"
 
 namespace larkspan::platform {
 
@@ -54,7 +54,7 @@ using EntryFilter = std::function<bool(std::string_view name, EntryKind kind)>;
 
 // An open folder. Holds one descriptor until destroyed; used by one thread at a time.
 class Folder {
- public:
+  public:
     virtual ~Folder() = default;
 
     // The wanted entries (all without a filter), in listing order: case-insensitive name, then
@@ -76,7 +76,7 @@ class Folder {
 
 // An open file that is written at its end. Closed when destroyed. One thread at a time.
 class FileWriter {
- public:
+  public:
     virtual ~FileWriter() = default;
 
     // Writes all of it with as few system calls as possible.
@@ -93,7 +93,7 @@ inline constexpr long sourceChangedDuringCopy = 1;
 // The file system. Every member may be called from any thread. An operation that gives an optional
 // Error gives an empty one on success.
 class Files {
- public:
+  public:
     virtual ~Files() = default;
 
     // Following links; empty when there is nothing or a link leads nowhere.

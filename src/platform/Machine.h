@@ -7,7 +7,7 @@ namespace larkspan::platform {
 
 // Facts about the computer; none of them changes while the process runs.
 class Machine {
- public:
+  public:
     virtual ~Machine() = default;
 
     // Name and version as the system gives them, for example "Debian GNU/Linux 12 (bookworm)".

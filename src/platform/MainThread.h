@@ -1,21 +1,21 @@
 #pragma once
 
+#include "foundation/Date.h"
+
 #include <functional>
 #include <memory>
-
-#include "foundation/Date.h"
 
 namespace larkspan::platform {
 
 // The main thread's run loop. Unless said otherwise every member may be called from any thread.
 // Nothing wakes the loop between events: no polling, no idle timers.
 class MainThread {
- public:
+  public:
     using Work = std::function<void()>;
 
     // Stops its timer when destroyed, on the main thread only.
     class Timer {
-     public:
+      public:
         virtual ~Timer() = default;
     };
 

@@ -22,6 +22,8 @@ Platform& Platform::current() {
 
 ScopedPlatform::ScopedPlatform(Platform& platform) : previous_(installed.exchange(&platform)) {}
 
-ScopedPlatform::~ScopedPlatform() { installed.store(previous_, std::memory_order_release); }
+ScopedPlatform::~ScopedPlatform() {
+    installed.store(previous_, std::memory_order_release);
+}
 
 }  // namespace larkspan::platform

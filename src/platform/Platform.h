@@ -43,13 +43,13 @@ struct Platform {
 // Installs a platform for as long as it lives, then puts back the one before. Made in main before
 // the first thread starts and after the last has ended; in tests by the fixture.
 class ScopedPlatform {
- public:
+  public:
     explicit ScopedPlatform(Platform& platform);
     ScopedPlatform(const ScopedPlatform&) = delete;
     ScopedPlatform& operator=(const ScopedPlatform&) = delete;
     ~ScopedPlatform();
 
- private:
+  private:
     Platform* previous_;
 };
 

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "foundation/Path.h"
+#include "foundation/Result.h"
+
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "foundation/Path.h"
-#include "foundation/Result.h"
 
 namespace larkspan::platform {
 
@@ -25,7 +25,7 @@ struct LaunchRequest {
 // A child process. Thread safe: one thread may read or wait while another asks or terminates. It
 // is reaped when it has ended, whoever looks; destroying the object neither ends nor waits for it.
 class Process {
- public:
+  public:
     virtual ~Process() = default;
 
     virtual int processID() const = 0;
@@ -49,7 +49,7 @@ class Process {
 // External programs. Children inherit nothing but their three standard streams, start with
 // default signal handling, and never stay behind as zombies. Any thread.
 class Processes {
- public:
+  public:
     virtual ~Processes() = default;
 
     // The error tells why a program could not be started.

@@ -10,11 +10,11 @@ enum class SessionEvent { becameActive, resignedActive, willPowerOff, willSleep,
 // What happens to the user's login session and to the machine's power. A system that does not tell
 // is fine: then no event ever comes.
 class SessionEvents {
- public:
+  public:
     using Observer = std::function<void(SessionEvent)>;
     // Keeps an observer registered until destroyed, on the main thread.
     class Observation {
-     public:
+      public:
         virtual ~Observation() = default;
     };
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "foundation/Path.h"
+
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "foundation/Path.h"
 
 namespace larkspan::platform {
 
@@ -25,7 +25,7 @@ enum class Domain { user, local, system };
 
 // Where standard folders lie and who the user is. Nothing is created. Any thread.
 class StandardPlaces {
- public:
+  public:
     virtual ~StandardPlaces() = default;
 
     // The folders of that kind, the preferred one first; empty when the system has none.
@@ -44,6 +44,9 @@ class StandardPlaces {
     // to something other than its user's home: whoever does that wants to be alone there. Empty
     // only where the platform knows that nobody is logged in.
     virtual std::optional<std::string> consoleUser() = 0;
+
+    // The Trash as a path below a user's home, for example ".local/share/Trash/files".
+    virtual std::string trashFolderInHome() = 0;
 
     virtual Path temporaryDirectory() = 0;
     // The user's cache folder of the system; empty when there is none.

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "foundation/Value.h"
+
 #include <functional>
 #include <optional>
 #include <string>
-
-#include "foundation/Value.h"
 
 namespace larkspan::platform {
 
@@ -12,14 +12,14 @@ struct UserNotification {
     std::string applicationName;
     std::string title;
     std::string description;
-    std::string notificationName;   // the category under which users configure its display
-    std::string icon;               // name or path of an image; "" for the application's own
+    std::string notificationName;  // the category under which users configure its display
+    std::string icon;              // name or path of an image; "" for the application's own
     std::optional<Value> context;  // handed back on a click or time-out
 };
 
 // Short notices on the user's screen. A session without such a service is fine: nothing is shown.
 class UserNotifications {
- public:
+  public:
     using ContextCallback = std::function<void(const std::optional<Value>& context)>;
 
     virtual ~UserNotifications() = default;

@@ -1,20 +1,20 @@
 #pragma once
 
+#include "foundation/Path.h"
+
 #include <functional>
 #include <memory>
 #include <vector>
-
-#include "foundation/Path.h"
 
 namespace larkspan::platform {
 
 // Mounted volumes.
 class Volumes {
- public:
+  public:
     using MountObserver = std::function<void(const Path& mountPoint)>;
     // Keeps an observer registered until destroyed, on the main thread.
     class Observation {
-     public:
+      public:
         virtual ~Observation() = default;
     };
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <functional>
-
 #include "platform/MainThread.h"
+
+#include <functional>
 
 namespace larkspan::testing {
 
@@ -23,7 +23,8 @@ inline bool pumpUntil(platform::MainThread& mainThread, const std::function<bool
 
 // Serves the main thread for that long.
 inline void pumpFor(platform::MainThread& mainThread, Seconds duration) {
-    (void)pumpUntil(mainThread, [] { return false; }, duration);
+    (void)pumpUntil(
+        mainThread, [] { return false; }, duration);
 }
 
 }  // namespace larkspan::testing

@@ -6,7 +6,7 @@ namespace larkspan::testing {
 
 // A new empty folder, removed with everything in it at the end.
 class TemporaryFolder {
- public:
+  public:
     TemporaryFolder();
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
@@ -14,7 +14,7 @@ class TemporaryFolder {
 
     const Path& path() const { return path_; }
 
- private:
+  private:
     Path path_;
 };
 

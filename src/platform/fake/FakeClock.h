@@ -1,15 +1,15 @@
 #pragma once
 
+#include "platform/Clock.h"
+
 #include <atomic>
 #include <cstdint>
-
-#include "platform/Clock.h"
 
 namespace larkspan::platform {
 
 // A clock that moves only when it is told to. Sleeping moves it, so that nothing really waits.
 class FakeClock final : public Clock {
- public:
+  public:
     explicit FakeClock(Date start = dateFromUnixTime(1'700'000'000)) : start_(start) {}
 
     Date now() const override { return start_ + std::chrono::nanoseconds(elapsed_.load()); }
@@ -20,7 +20,7 @@ class FakeClock final : public Clock {
         elapsed_ += std::chrono::duration_cast<std::chrono::nanoseconds>(duration).count();
     }
 
- private:
+  private:
     const Date start_;
     std::atomic<std::int64_t> elapsed_{0};
 };

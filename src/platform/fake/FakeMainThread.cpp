@@ -5,9 +5,11 @@
 namespace larkspan::platform {
 
 class FakeMainThread::FakeTimer final : public Timer {
- public:
+  public:
     FakeTimer(FakeMainThread& owner, Seconds interval, Work work)
-        : owner_(owner), interval_(interval), due_(owner.clock_.uptime() + interval),
+        : owner_(owner),
+          interval_(interval),
+          due_(owner.clock_.uptime() + interval),
           work_(std::move(work)) {}
     FakeTimer(const FakeTimer&) = delete;
     FakeTimer& operator=(const FakeTimer&) = delete;
@@ -21,7 +23,7 @@ class FakeMainThread::FakeTimer final : public Timer {
         work();
     }
 
- private:
+  private:
     FakeMainThread& owner_;
     const Seconds interval_;
     Seconds due_;

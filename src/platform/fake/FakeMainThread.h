@@ -1,5 +1,8 @@
 #pragma once
 
+#include "platform/MainThread.h"
+#include "platform/fake/FakeClock.h"
+
 #include <condition_variable>
 #include <deque>
 #include <list>
@@ -7,15 +10,12 @@
 #include <thread>
 #include <vector>
 
-#include "platform/MainThread.h"
-#include "platform/fake/FakeClock.h"
-
 namespace larkspan::platform {
 
 // A main thread that tests step through. run() serves what is posted and, when there is nothing,
 // moves the clock to the next timer instead of waiting for it.
 class FakeMainThread final : public MainThread {
- public:
+  public:
     explicit FakeMainThread(FakeClock& clock) : clock_(clock) {}
 
     bool isCurrent() const override { return std::this_thread::get_id() == thread_; }
@@ -33,7 +33,7 @@ class FakeMainThread final : public MainThread {
     // Lengths of the timers that run, in the order in which they were scheduled.
     std::vector<Seconds> timerIntervals() const;
 
- private:
+  private:
     class FakeTimer;
     bool runOnePosted();
     FakeTimer* nextTimer() const;

@@ -12,7 +12,9 @@ std::string LinuxMachine::operatingSystemVersion() const {
     return version;
 }
 
-long LinuxMachine::processorCount() const { return sysconf(_SC_NPROCESSORS_ONLN); }
+long LinuxMachine::processorCount() const {
+    return sysconf(_SC_NPROCESSORS_ONLN);
+}
 
 std::uint64_t LinuxMachine::physicalMemory() const {
     return static_cast<std::uint64_t>(sysconf(_SC_PHYS_PAGES)) *

@@ -5,7 +5,7 @@
 namespace larkspan::platform {
 
 class LinuxMachine final : public Machine {
- public:
+  public:
     std::string operatingSystemVersion() const override;
     long processorCount() const override;
     std::uint64_t physicalMemory() const override;

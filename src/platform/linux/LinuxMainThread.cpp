@@ -1,8 +1,5 @@
 #include "platform/linux/LinuxMainThread.h"
 
-#include <glib-unix.h>
-#include <sys/eventfd.h>
-
 #include <cassert>
 #include <cmath>
 #include <condition_variable>
@@ -10,12 +7,15 @@
 #include <iterator>
 #include <utility>
 
+#include <glib-unix.h>
+#include <sys/eventfd.h>
+
 namespace larkspan::platform {
 namespace {
 
 // One GLib source and the work it calls.
 class SourceTimer final : public MainThread::Timer {
- public:
+  public:
     explicit SourceTimer(MainThread::Work work) : work_(std::move(work)) {}
     ~SourceTimer() override {
         if (source_ != 0) g_source_remove(source_);
@@ -30,7 +30,7 @@ class SourceTimer final : public MainThread::Timer {
     }
     static gboolean descriptorReady(gint, GIOCondition, gpointer data) { return fired(data); }
 
- private:
+  private:
     MainThread::Work work_;
     guint source_ = 0;
 };
@@ -48,7 +48,9 @@ LinuxMainThread::LinuxMainThread() : wakeUp_(eventfd(0, EFD_NONBLOCK | EFD_CLOEX
     wakeUpWatch_ = watch(wakeUp_.get(), G_IO_IN, [this] { drain(); });
 }
 
-LinuxMainThread::~LinuxMainThread() { terminate(); }
+LinuxMainThread::~LinuxMainThread() {
+    terminate();
+}
 
 void LinuxMainThread::wake() const {
     const std::uint64_t one = 1;
@@ -103,10 +105,10 @@ std::unique_ptr<MainThread::Timer> LinuxMainThread::scheduleRepeating(Seconds in
     const double seconds = interval.count();
     const bool whole = seconds >= 1 && std::floor(seconds) == seconds;
     // Timers of whole seconds share their wake-ups with other programs.
-    timer->attach(whole ? g_timeout_add_seconds(static_cast<guint>(seconds), SourceTimer::fired,
-                                                timer.get())
-                        : g_timeout_add(static_cast<guint>(std::ceil(seconds * 1000)),
-                                        SourceTimer::fired, timer.get()));
+    timer->attach(
+        whole ? g_timeout_add_seconds(static_cast<guint>(seconds), SourceTimer::fired, timer.get())
+              : g_timeout_add(static_cast<guint>(std::ceil(seconds * 1000)), SourceTimer::fired,
+                              timer.get()));
     return timer;
 }
 

@@ -1,20 +1,20 @@
 #pragma once
 
+#include "platform/MainThread.h"
+#include "platform/posix/FileDescriptor.h"
+
 #include <atomic>
 #include <deque>
 #include <memory>
 #include <mutex>
 #include <thread>
 
-#include "platform/MainThread.h"
-#include "platform/posix/FileDescriptor.h"
-
 namespace larkspan::platform {
 
 // The GLib default main loop. Work from other threads goes through a queue of our own and an
 // eventfd that the loop watches, so that what crosses threads is plain C++ that race checkers see.
 class LinuxMainThread final : public MainThread {
- public:
+  public:
     LinuxMainThread();
     ~LinuxMainThread() override;
 
@@ -32,7 +32,7 @@ class LinuxMainThread final : public MainThread {
     // The same for a descriptor that reports exceptional conditions, as /proc/self/mountinfo does.
     std::unique_ptr<Timer> watchDescriptorForPriority(int descriptor, Work ready);
 
- private:
+  private:
     void drain();
     void wake() const;
 

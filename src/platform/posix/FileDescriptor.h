@@ -1,14 +1,14 @@
 #pragma once
 
-#include <unistd.h>
-
 #include <utility>
+
+#include <unistd.h>
 
 namespace larkspan::platform {
 
 // Owns a file descriptor; -1 when it owns none.
 class FileDescriptor {
- public:
+  public:
     FileDescriptor() = default;
     explicit FileDescriptor(int descriptor) : descriptor_(descriptor) {}
     FileDescriptor(FileDescriptor&& other) noexcept
@@ -27,7 +27,7 @@ class FileDescriptor {
         descriptor_ = descriptor;
     }
 
- private:
+  private:
     int descriptor_ = -1;
 };
 

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <string>
+
 #include <unistd.h>
 
 namespace larkspan::platform {

@@ -1,18 +1,18 @@
 #pragma once
 
-#include <mutex>
-
 #include "platform/Console.h"
+
+#include <mutex>
 
 namespace larkspan::platform {
 
 // Standard output and standard error. A reader that went away is no failure of ours.
 class StandardStreams final : public Console {
- public:
+  public:
     void print(std::string_view line) override;
     void report(std::string_view line) override;
 
- private:
+  private:
     std::mutex mutex_;
 };
 

@@ -12,6 +12,8 @@ Seconds SystemClock::uptime() const {
     return std::chrono::steady_clock::now().time_since_epoch();
 }
 
-void SystemClock::sleepFor(Seconds duration) { std::this_thread::sleep_for(duration); }
+void SystemClock::sleepFor(Seconds duration) {
+    std::this_thread::sleep_for(duration);
+}
 
 }  // namespace larkspan::platform

@@ -5,7 +5,7 @@
 namespace larkspan::platform {
 
 class SystemClock final : public Clock {
- public:
+  public:
     Date now() const override;
     Seconds uptime() const override;
     void sleepFor(Seconds duration) override;
