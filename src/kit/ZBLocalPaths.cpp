@@ -118,6 +118,12 @@ std::optional<std::string> ZBLocalPaths::currentConsoleUser() {
     return places().consoleUser();
 }
 
+Path ZBLocalPaths::expandingTilde(const Path& path) {
+    if (!path.hasPrefix("~")) return path;
+    const std::optional<Path> home = userDirectory();
+    return home ? path.expandingTilde(*home) : path;
+}
+
 bool ZBLocalPaths::actsForConsoleUser() {
     if (!isRoot()) return false;
     const std::optional<std::string> user = currentConsoleUser();

@@ -42,6 +42,8 @@ class ZBLocalPaths {
     static std::optional<std::string> username();
     // The user at the console; empty when nobody is.
     static std::optional<std::string> currentConsoleUser();
+    // The path with a "~" at its start replaced by that home.
+    static Path expandingTilde(const Path& path);
     // Whether a root process works in another user's name.
     static bool actsForConsoleUser();
 

@@ -51,6 +51,10 @@ class Applications {
     // looks nothing polls. Main thread only.
     virtual std::unique_ptr<Observation> observeTerminations(TerminationObserver observer) = 0;
 
+    // Makes this process an application that the user sees in the Dock: 0, or the system's status
+    // when it cannot. A system without a Dock has nothing to do. Main thread only.
+    virtual int becomeForegroundApplication() { return 0; }
+
     // Takes notice of the applications that run now. Main thread only.
     virtual void lookForApplications() = 0;
 };

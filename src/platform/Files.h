@@ -52,7 +52,8 @@ struct DiskSpace {
 // copied or sorted, so that a large folder with few wanted entries costs little.
 using EntryFilter = std::function<bool(std::string_view name, EntryKind kind)>;
 
-// An open folder. Holds one descriptor until destroyed; used by one thread at a time.
+// An open folder. Holds one descriptor until destroyed; used by one thread at a time. Names may be
+// relative paths of several components.
 class Folder {
   public:
     virtual ~Folder() = default;

@@ -1,0 +1,99 @@
+#include "backup/ZBLarkspanBackup.h"
+
+#include "kit/Identifiers.h"
+#include "kit/Preferences.h"
+#include "kit/ZBLocalPaths.h"
+#include "platform/Applications.h"
+#include "platform/Bundles.h"
+#include "platform/Platform.h"
+#include "sync/DBSession.h"
+
+namespace larkspan {
+namespace {
+
+platform::Platform& current() {
+    return platform::Platform::current();
+}
+
+}  // namespace
+
+ZBLarkspanBackup::ZBLarkspanBackup()
+    : list_(current().files, current().clock),
+      copy_(state_, [this](const Path& version) { uploadFileToCloud(version); }),
+      backup_(state_, copy_,
+              [this](const Path& folder, const std::string& name, VersionNumber number) {
+                  takeScreenshot(folder, name, number);
+              }),
+      batch_(state_, list_,
+             {.backupProject =
+                  [this](const Path& project, const Path& versions, VersionNumber number,
+                         const BackupOptions& options) {
+                      backupProject(project, versions, number, options);
+                  },
+              .manageBackups = [this] { manageBackups(); },
+              .cacheForProject = [this](const Path& folder) { return cacheForProject(folder); }}) {
+    DBSession::openSharedSessionIfWanted(Preferences::frontEnd());
+}
+
+ZBLarkspanBackup::~ZBLarkspanBackup() = default;
+
+std::vector<ProjectEntry> ZBLarkspanBackup::projects() {
+    const auto root = storelayout::storeRoot(Preferences::frontEnd());
+    return root ? list_.projects(*root) : std::vector<ProjectEntry>();
+}
+
+void ZBLarkspanBackup::processProjects() {
+    processProjectsInPath(std::nullopt);
+}
+
+void ZBLarkspanBackup::processProjectsInPath(const std::optional<Path>& path) {
+    batch_.processProjectsInPath(path);
+}
+
+void ZBLarkspanBackup::backupProject(const Path& project, const Path& toPath,
+                                     VersionNumber withNumber, const BackupOptions& options) {
+    backup_.backupProject(project, toPath, withNumber, options);
+}
+
+std::optional<Error> ZBLarkspanBackup::backupProjectFile(const Path& project, const Path& toPath,
+                                                         VersionNumber withNumber) {
+    return copy_.backupProjectFile(project, toPath, withNumber);
+}
+
+unsigned long ZBLarkspanBackup::backupGapForProject(const Path& project, const Path& destination,
+                                                    VersionNumber desiredNumber) {
+    unsigned long gap = 0;
+    for (VersionNumber number{desiredNumber.value - 1}; number.value >= 1; --number.value) {
+        if (current().files.exists(destination / versionRenditionName(project, number))) break;
+        ++gap;
+    }
+    return gap;
+}
+
+std::optional<Path> ZBLarkspanBackup::currentBundlePath() {
+    if (const auto bundle = current().bundles.loadedBundle(frontEndBundleIdentifier)) {
+        return bundle->path;
+    }
+    if (auto path = current().applications.bundlePathForIdentifier(frontEndBundleIdentifier)) {
+        return path;
+    }
+    const auto applications = ZBLocalPaths::applicationDirectory(UserDomain::no);
+    if (!applications) return std::nullopt;
+    for (const char* name : {"Larkspan.app", "Corvane/Larkspan.app"}) {
+        Path path = *applications / name;
+        if (current().files.exists(path)) return path;
+    }
+    return std::nullopt;
+}
+
+void ZBLarkspanBackup::manageBackups() {}
+
+std::optional<Value::Dictionary> ZBLarkspanBackup::cacheForProject(const Path&) {
+    return std::nullopt;
+}
+
+void ZBLarkspanBackup::takeScreenshot(const Path&, const std::string&, VersionNumber) {}
+
+void ZBLarkspanBackup::uploadFileToCloud(const Path&) {}
+
+}  // namespace larkspan

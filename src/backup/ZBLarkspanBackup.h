@@ -1,0 +1,78 @@
+#pragma once
+
+#include "backup/BatchRun.h"
+#include "backup/EngineState.h"
+#include "backup/ProjectBackup.h"
+#include "backup/ProjectCopy.h"
+#include "backup/ProjectList.h"
+#include "backup/VersionName.h"
+#include "foundation/Error.h"
+#include "foundation/Path.h"
+#include "foundation/Value.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace larkspan {
+
+// The backup engine, which owns the version store. Every named operation of the engine is declared
+// here; each body hands its work to a small class of this or a neighbouring folder. Used from the
+// scan queue, one operation at a time, unless an operation says otherwise.
+class ZBLarkspanBackup {
+  public:
+    // Opens the cloud session when synchronisation is switched on.
+    ZBLarkspanBackup();
+    ZBLarkspanBackup(const ZBLarkspanBackup&) = delete;
+    ZBLarkspanBackup& operator=(const ZBLarkspanBackup&) = delete;
+    ~ZBLarkspanBackup();
+
+    // Whether the engine serves a user interface, and so shows failures instead of logging them.
+    bool hasGUI = false;
+
+    // ---- known projects and batch runs ----
+
+    // The projects that the store knows, in the order of its listing. Any thread.
+    std::vector<ProjectEntry> projects();
+    // Takes a version of every known project whose file is newer than its newest version.
+    void processProjects();
+    // The same for the projects whose expanded path begins with `path`; all without one.
+    void processProjectsInPath(const std::optional<Path>& path);
+
+    // ---- one version ----
+
+    // Takes one version of a project into a version folder. Failures are logged.
+    void backupProject(const Path& project, const Path& toPath, VersionNumber withNumber,
+                       const BackupOptions& options = {});
+    // The copy alone; empty on success.
+    std::optional<Error> backupProjectFile(const Path& project, const Path& toPath,
+                                           VersionNumber withNumber);
+    // How many versions directly below `desiredNumber` have no XML rendition.
+    static unsigned long backupGapForProject(const Path& project, const Path& destination,
+                                             VersionNumber desiredNumber);
+    static std::string padNumber(VersionNumber number) { return larkspan::padNumber(number); }
+    // The front-end's bundle; empty when it is not installed.
+    static std::optional<Path> currentBundlePath();
+
+    // ---- not carried out yet: each is called at its place and does nothing ----
+
+    // Will thin the old versions of every project by the user's rules.
+    void manageBackups();
+    // Will bring the change-list cache of a project up to date and return it; empty: there is none.
+    std::optional<Value::Dictionary> cacheForProject(const Path& projectFolder);
+    // Will store a picture of the screen with a version, named after it.
+    void takeScreenshot(const Path& folder, const std::string& filename,
+                        VersionNumber backupNumber);
+    // Will hand a new version to the cloud when synchronisation is on.
+    void uploadFileToCloud(const Path& version);
+
+  private:
+    EngineState state_;
+    ProjectList list_;
+    ProjectCopy copy_;
+    ProjectBackup backup_;
+    BatchRun batch_;
+};
+
+}  // namespace larkspan
