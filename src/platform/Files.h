@@ -91,6 +91,13 @@ inline constexpr const char* filesErrorDomain = "FilesErrorDomain";
 // Code in filesErrorDomain: the source of a copy changed while it was being copied.
 inline constexpr long sourceChangedDuringCopy = 1;
 
+// Copies, writes and removals under way have a name made of one of these and a UUID. They are
+// nobody's files: listings give them, whoever looks for files to keep leaves them out.
+inline constexpr std::string_view temporaryCopyPrefix = ".larkspan-copy-";
+inline constexpr std::string_view temporaryWritePrefix = ".larkspan-write-";
+inline constexpr std::string_view temporaryRemovalPrefix = ".larkspan-remove-";
+bool isTemporaryItemName(std::string_view name);
+
 // The file system. Every member may be called from any thread. An operation that gives an optional
 // Error gives an empty one on success.
 class Files {
@@ -117,7 +124,8 @@ class Files {
     virtual Result<std::string> readFile(const Path& path, size_t largestSize) = 0;
 
     // Replaces the file whole or not at all: temporary name beside it, synced, renamed, the folder
-    // synced. A file that is replaced keeps its permissions.
+    // synced. A file that is replaced keeps its permissions. Of a link, the file that it leads to
+    // is written; the folder must exist.
     virtual std::optional<Error> writeFileAtomically(const Path& path, std::string_view bytes) = 0;
 
     // Opens an existing regular file for writing at its end.
@@ -130,19 +138,22 @@ class Files {
     // name whole or not at all, also when the process is killed or the disk fills up, and is on
     // disk when this returns: it is made under a hidden temporary name beside the target, synced,
     // and renamed without replacing (EEXIST when something is there by then). Times are kept to
-    // the nanosecond, permissions and extended attributes too; links inside a tree stay links; a
-    // link given as the source is followed. Devices, pipes and sockets inside a tree are left out;
-    // as the source they give EINVAL. When the source changed while it was read, the copy is
-    // dropped with sourceChangedDuringCopy.
+    // the nanosecond, permissions too, extended attributes as far as the file system of the target
+    // takes them; the owner is who copies. Links inside a tree stay links; a link given as the
+    // source is followed. Devices, pipes and sockets inside a tree are left out; as the source they
+    // give EINVAL, as does a folder that is to be copied into itself. When the source changed while
+    // it was read, a tree anywhere in it, the copy is dropped with sourceChangedDuringCopy.
     virtual std::optional<Error> copyItem(const Path& source, const Path& target) = 0;
 
-    // Removes temporary items in the folder that a copy, or a write, of a process that no longer
-    // runs left behind. Those in use by any process stay. Returns how many went.
+    // Removes temporary items in the folder that a copy, write or removal of a process that no
+    // longer runs left behind. Those in use by any process stay. Returns how many went.
     virtual int removeAbandonedCopies(const Path& folder) = 0;
 
     // Renames within a file system, without replacing (EEXIST).
     virtual std::optional<Error> moveItem(const Path& source, const Path& target) = 0;
-    // Removes a file, a link or a whole tree. A missing item gives ENOENT.
+    // Removes a file, a link or a whole tree. A missing item gives ENOENT. A tree goes whole: it
+    // is first moved to a temporary name. Where something in it cannot be removed, what is left
+    // goes back to its name.
     virtual std::optional<Error> removeItem(const Path& path) = 0;
 
     virtual std::optional<Error> setPermissions(const Path& path, unsigned permissions) = 0;

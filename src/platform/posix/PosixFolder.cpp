@@ -1,0 +1,51 @@
+#include "platform/posix/PosixFolder.h"
+
+#include "foundation/Text.h"
+#include "platform/posix/FileContents.h"
+#include "platform/posix/FileFacts.h"
+#include "platform/posix/SystemCall.h"
+
+#include <algorithm>
+
+#include <unistd.h>
+
+namespace larkspan::platform {
+
+void sortListing(std::vector<DirectoryEntry>& entries) {
+    std::sort(entries.begin(), entries.end(),
+              [](const auto& a, const auto& b) { return listingOrder(a.name, b.name); });
+}
+
+std::vector<DirectoryEntry> PosixFolder::entries(const EntryFilter& filter) {
+    if (listed_) (void)::lseek(descriptor_.get(), 0, SEEK_SET);
+    listed_ = true;
+    std::vector<DirectoryEntry> found;
+    // Half a listing could pass for the whole.
+    if (calls_.listFolder(descriptor_.get(), filter, found) != 0) return {};
+    sortListing(found);
+    return found;
+}
+
+std::unique_ptr<Folder> PosixFolder::openFolder(const std::string& name) {
+    FileDescriptor folder = openFolderAt(descriptor_.get(), systemName(name));
+    if (!folder) return nullptr;
+    return std::make_unique<PosixFolder>(calls_, std::move(folder));
+}
+
+std::optional<FileInfo> PosixFolder::info(const std::string& name) {
+    const auto status = statusAt(descriptor_.get(), systemName(name), 0);
+    if (!status) return {};
+    return infoFromStat(*status);
+}
+
+std::optional<FileInfo> PosixFolder::info() {
+    const auto status = statusOf(descriptor_.get());
+    if (!status) return {};
+    return infoFromStat(*status);
+}
+
+Result<std::string> PosixFolder::readFile(const std::string& name, size_t largestSize) {
+    return readFileAt(descriptor_.get(), systemName(name), largestSize, "reading " + name);
+}
+
+}  // namespace larkspan::platform

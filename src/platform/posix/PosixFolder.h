@@ -1,0 +1,29 @@
+#pragma once
+
+#include "platform/posix/FileCalls.h"
+#include "platform/posix/FileDescriptor.h"
+
+namespace larkspan::platform {
+
+class PosixFolder final : public Folder {
+  public:
+    // The calls must outlive this.
+    PosixFolder(const FileCalls& calls, FileDescriptor descriptor)
+        : calls_(calls), descriptor_(std::move(descriptor)) {}
+
+    std::vector<DirectoryEntry> entries(const EntryFilter& filter) override;
+    std::unique_ptr<Folder> openFolder(const std::string& name) override;
+    std::optional<FileInfo> info(const std::string& name) override;
+    std::optional<FileInfo> info() override;
+    Result<std::string> readFile(const std::string& name, size_t largestSize) override;
+
+  private:
+    const FileCalls& calls_;
+    FileDescriptor descriptor_;
+    bool listed_ = false;  // the read position is no longer at the start
+};
+
+// Sorts into listing order.
+void sortListing(std::vector<DirectoryEntry>& entries);
+
+}  // namespace larkspan::platform
