@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace larkspan::platform {
 
@@ -18,6 +19,10 @@ struct Bundle {
     std::string infoString(const char* key) const;
     std::string identifier() const { return infoString("CFBundleIdentifier"); }
 };
+
+// The bundle folders that the path of an executable lies in, innermost first, by the text of the
+// path alone: every NAME.app that is followed by Contents and something in it.
+std::vector<Path> bundlePathsAround(const Path& executable);
 
 // The running program's bundle and those around it. Any thread.
 class Bundles {

@@ -1,0 +1,70 @@
+#include "platform/linux/ProcessTable.h"
+
+#include "foundation/Text.h"
+#include "platform/posix/SmallFile.h"
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace larkspan::platform {
+namespace {
+
+Path processFolder(int processID) {
+    return Path("/proc") / std::to_string(processID);
+}
+
+bool belongsTo(int processID, unsigned userID) {
+    struct stat facts = {};
+    return ::stat(processFolder(processID).c_str(), &facts) == 0 && facts.st_uid == userID;
+}
+
+}  // namespace
+
+std::vector<int> processIDsOfUser(unsigned userID) {
+    std::vector<int> found;
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir("/proc"), ::closedir);
+    while (const dirent* entry = folder ? ::readdir(folder.get()) : nullptr) {
+        const int processID = static_cast<int>(integerValue(entry->d_name));
+        if (processID > 0 && belongsTo(processID, userID)) found.push_back(processID);
+    }
+    return found;
+}
+
+std::optional<Path> executableOfProcess(int processID) {
+    std::optional<Path> target = readLink(processFolder(processID) / "exe");
+    constexpr std::string_view replacedMark = " (deleted)";
+    if (!target || !target->str().ends_with(replacedMark)) return target;
+    return Path(target->str().substr(0, target->str().size() - replacedMark.size()));
+}
+
+std::optional<std::uint64_t> startTicksOfProcess(int processID) {
+    const auto line = readSmallFile(processFolder(processID) / "stat");
+    if (!line) return std::nullopt;
+    // The second field, the name in brackets, may hold anything; the third stands behind the last
+    // bracket, and the start time is the twenty-second.
+    const size_t nameEnd = line->rfind(") ");
+    if (nameEnd == std::string::npos) return std::nullopt;
+    const std::vector<std::string> fields = split(line->substr(nameEnd + 2), ' ');
+    constexpr size_t startField = 22 - 3;
+    if (fields.size() <= startField) return std::nullopt;
+    return static_cast<std::uint64_t>(integerValue(fields[startField]));
+}
+
+Date dateFromStartTicks(std::uint64_t ticks) {
+    long long machineStart = 0;
+    for (const std::string& line : split(readSmallFile(Path("/proc/stat")).value_or(""), '\n')) {
+        if (line.starts_with("btime ")) machineStart = integerValue(line.substr(6));
+    }
+    constexpr std::uint64_t nanosecondsPerSecond = 1'000'000'000;
+    const auto perSecond = static_cast<std::uint64_t>(::sysconf(_SC_CLK_TCK));
+    const std::uint64_t fraction = ticks % perSecond * nanosecondsPerSecond / perSecond;
+    return dateFromUnixTime(machineStart + static_cast<long long>(ticks / perSecond),
+                            static_cast<long>(fraction));
+}
+
+}  // namespace larkspan::platform

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "foundation/Date.h"
+#include "foundation/Path.h"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+// What /proc says about processes. Any thread; everything is read afresh.
+namespace larkspan::platform {
+
+// Every process that this user may look at, in no order.
+std::vector<int> processIDsOfUser(unsigned userID);
+
+// The path of a process's executable, without the mark that Linux puts behind it when the file has
+// been replaced; empty when the process is gone or not ours to look at.
+std::optional<Path> executableOfProcess(int processID);
+
+// When the process was started, in clock ticks since the machine was: with the process id it names
+// one process for good. Empty when it is gone.
+std::optional<std::uint64_t> startTicksOfProcess(int processID);
+
+// The moment that many clock ticks after the machine was started.
+Date dateFromStartTicks(std::uint64_t ticks);
+
+}  // namespace larkspan::platform
