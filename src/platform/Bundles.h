@@ -11,9 +11,10 @@ namespace larkspan::platform {
 
 // A bundle folder: NAME.app/Contents/{Info.plist, MacOS/EXECUTABLE}.
 struct Bundle {
-    Path path;
-    Path executable;  // as its Info.plist names it; for the running program its real executable
-    Value info;       // Info.plist; an empty dictionary when it cannot be read
+    Path path = {};
+    Path executable =
+        {};           // as its Info.plist names it; for the running program its real executable
+    Value info = {};  // Info.plist; an empty dictionary when it cannot be read
 
     // A string of Info.plist; "" when it is missing.
     std::string infoString(const char* key) const;

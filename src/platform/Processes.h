@@ -14,9 +14,9 @@ namespace larkspan::platform {
 enum class Stream { inherit, nullDevice, pipe };
 
 struct LaunchRequest {
-    Path launchPath;  // absolute
-    std::vector<std::string> arguments;
-    std::optional<std::map<std::string, std::string>> environment;  // replaces the whole of it
+    Path launchPath = {};  // absolute
+    std::vector<std::string> arguments = {};
+    std::optional<std::map<std::string, std::string>> environment = {};  // replaces the whole of it
     Stream input = Stream::nullDevice;  // a pipe is never written and stays open while it runs
     Stream output = Stream::nullDevice;
     Stream error = Stream::nullDevice;
@@ -31,11 +31,15 @@ class Process {
     virtual int processID() const = 0;
     virtual bool isRunning() = 0;
 
-    // Blocks until it has ended. The exit status, or 128 plus the number of the signal.
+    // Blocks until it has ended. The exit status, or 128 plus the number of the signal; -1 where
+    // the system does not tell.
     virtual int waitUntilExit() = 0;
 
     // Asks it to end (the polite termination signal). Nothing happens when it has ended.
     virtual void terminate() = 0;
+
+    // Ends it at once, without asking. Nothing happens when it has ended.
+    virtual void kill() = 0;
 
     // What can be read from the pipe now, waiting until there is something; "" at its end, when
     // there is no pipe, and after stopReading().
@@ -52,7 +56,8 @@ class Processes {
   public:
     virtual ~Processes() = default;
 
-    // The error tells why a program could not be started.
+    // The error (of posixErrorDomain) tells why a program could not be started. A launch path that
+    // is not absolute and texts with a zero byte in them give EINVAL.
     virtual Result<std::shared_ptr<Process>> launch(const LaunchRequest& request) = 0;
 };
 

@@ -12,7 +12,7 @@
 namespace larkspan::platform {
 
 Bundle readBundle(const Path& path) {
-    Bundle bundle{.path = path, .executable = {}, .info = {}};
+    Bundle bundle{.path = path};
     const std::optional<std::string> content = readSmallFile(path / "Contents/Info.plist");
     if (!content) return bundle;
     Result<Value> parsed = parsePropertyList(*content);
@@ -29,8 +29,7 @@ Path executableOfThisProcess() {
 LinuxBundles::LinuxBundles(const Path& executable) {
     for (const Path& path : bundlePathsAround(executable)) enclosing_.push_back(readBundle(path));
     if (enclosing_.empty()) {
-        enclosing_.push_back(
-            {.path = executable.deletingLastPathComponent(), .executable = {}, .info = {}});
+        enclosing_.push_back({.path = executable.deletingLastPathComponent()});
     }
     enclosing_.front().executable = executable;
 }
