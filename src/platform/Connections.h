@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace larkspan::platform {
 
@@ -21,11 +22,15 @@ inline constexpr long timedOut = 4;
 inline constexpr long refused = 5;  // unknown command or property, or another user's process
 }  // namespace ConnectionErrorCode
 
+inline Error connectionError(long code, std::string description) {
+    return {connectionErrorDomain, code, std::move(description)};
+}
+
 // What a process offers under a name: commands without arguments and read-only facts. All functions
 // are called on the main thread.
 struct ServedObject {
-    std::map<std::string, std::function<void()>> commands;
-    std::map<std::string, std::function<Value()>> properties;
+    std::map<std::string, std::function<void()>> commands = {};
+    std::map<std::string, std::function<Value()>> properties = {};
 };
 
 // Named connections between processes of one user on one machine. Processes of other users are
