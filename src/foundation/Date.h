@@ -12,15 +12,24 @@ using Date = std::chrono::sys_time<std::chrono::nanoseconds>;
 using Seconds = std::chrono::duration<double>;
 
 // `later` minus `earlier`, in seconds; negative when `later` lies before `earlier`.
-inline Seconds secondsBetween(Date earlier, Date later) {
-    return std::chrono::duration_cast<Seconds>(later - earlier);
+// Exact to the nanosecond where the two lie close together.
+constexpr Seconds secondsBetween(Date earlier, Date later) {
+    using std::chrono::floor;
+    using std::chrono::seconds;
+    const auto from = floor<seconds>(earlier);
+    const auto to = floor<seconds>(later);
+    return Seconds(to - from) + Seconds((later - to) - (earlier - from));
 }
 
 // "YYYY-MM-DD HH:MM:SS ±HHMM" in the local time zone, fractions of a second cut off.
 std::string dateDescription(Date date);
 
-// The date made from a count of whole seconds and nanoseconds since 1970.
+// The date made from a count of whole seconds and nanoseconds since 1970. What a Date cannot hold
+// (years before 1678 and after 2261, as damaged files have them) becomes the nearest limit.
 constexpr Date dateFromUnixTime(long long seconds, long nanoseconds = 0) {
+    constexpr long long furthest = Date::duration::max().count() / 1'000'000'000 - 1;
+    if (seconds > furthest) return Date(std::chrono::seconds(furthest));
+    if (seconds < -furthest) return Date(std::chrono::seconds(-furthest));
     return Date(std::chrono::seconds(seconds) + std::chrono::nanoseconds(nanoseconds));
 }
 

@@ -1,5 +1,6 @@
 #include "foundation/OperationQueue.h"
 
+#include <algorithm>
 #include <exception>
 #include <utility>
 
@@ -11,13 +12,14 @@ thread_local std::vector<const OperationQueue*> queuesRunningHere;
 }  // namespace
 
 OperationQueue::OperationQueue(int maxConcurrentOperationCount, ExceptionHandler handler)
-    : maxConcurrent_(maxConcurrentOperationCount), handler_(std::move(handler)) {}
+    : maxConcurrent_(std::max(1, maxConcurrentOperationCount)), handler_(std::move(handler)) {}
 
 OperationQueue::~OperationQueue() {
+    std::deque<Operation> dropped;  // destroyed without the lock: they own what they captured
     {
         const std::lock_guard lock(mutex_);
         closing_ = true;
-        waiting_.clear();
+        dropped.swap(waiting_);
     }
     workAdded_.notify_all();
     for (std::thread& thread : threads_) thread.join();
@@ -26,6 +28,7 @@ OperationQueue::~OperationQueue() {
 void OperationQueue::addOperation(Operation operation) {
     {
         const std::lock_guard lock(mutex_);
+        if (closing_) return;
         waiting_.push_back(std::move(operation));
         const bool moreThreads = std::cmp_less(threads_.size(), maxConcurrent_);
         if (moreThreads && std::cmp_greater(waiting_.size(), idleThreads_)) {
@@ -81,6 +84,8 @@ void OperationQueue::runNext(std::unique_lock<std::mutex>& lock) {
         operation();
     } catch (const std::exception& exception) {
         if (handler_) handler_(exception.what());
+    } catch (...) {
+        if (handler_) handler_("unknown exception");
     }
     operation = nullptr;
     queuesRunningHere.pop_back();

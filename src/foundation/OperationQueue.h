@@ -10,9 +10,9 @@
 
 namespace larkspan {
 
-// Runs operations on threads of its own, at most `maxConcurrentOperationCount` at once, started in
-// the order in which they were added. Threads start when there is work for them and live as long
-// as the queue. Every member may be called from any thread.
+// Runs operations on threads of its own, at most `maxConcurrentOperationCount` (one or more) at
+// once, started in the order in which they were added. Threads start when there is work for them
+// and live as long as the queue. Every member may be called from any thread.
 //
 // An operation that throws is reported to the exception handler and counts as finished.
 class OperationQueue {
@@ -24,7 +24,7 @@ class OperationQueue {
     explicit OperationQueue(int maxConcurrentOperationCount, ExceptionHandler handler = {});
     OperationQueue(const OperationQueue&) = delete;
     OperationQueue& operator=(const OperationQueue&) = delete;
-    // Drops what has not started, waits for what is running.
+    // Drops what has not started and what running operations still add, waits for what is running.
     ~OperationQueue();
 
     void addOperation(Operation operation);

@@ -79,6 +79,7 @@ Path Path::expandingTilde(const Path& home) const {
 
 bool Path::isWithin(const Path& folder) const {
     const std::string_view base = withoutTrailingSlashes(folder.text_);
+    if (base.empty()) return text_.empty();
     if (!text_.starts_with(base)) return false;
     return text_.size() == base.size() || base == "/" || text_[base.size()] == '/';
 }

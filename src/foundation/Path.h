@@ -46,7 +46,7 @@ class Path {
     bool isAbsolute() const { return text_.starts_with('/'); }
     // Plain prefix of the text, with no regard for component boundaries.
     bool hasPrefix(std::string_view prefix) const { return text_.starts_with(prefix); }
-    // Whether the path is `folder` or lies below it, by components.
+    // Whether the path is `folder` or lies below it, by components. Nothing lies below "".
     bool isWithin(const Path& folder) const;
 
     friend Path operator/(const Path& folder, std::string_view component) {

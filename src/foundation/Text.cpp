@@ -149,7 +149,7 @@ std::string replacingAll(std::string_view text, std::string_view what, std::stri
 long integerValue(std::string_view text) {
     text = trimmed(text);
     const bool negative = !text.empty() && text.front() == '-';
-    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+    if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
     long value = 0;
     const auto parsed = std::from_chars(text.data(), text.data() + text.size(), value);
     if (parsed.ec == std::errc::result_out_of_range) {
