@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace larkspan {
 
@@ -15,6 +16,11 @@ namespace larkspan {
 // has none either, and says so in the log once for each state of the file. Any thread.
 class Preferences {
   public:
+    // As if the file did not exist.
+    Preferences() = default;
+    // As if the file held this dictionary.
+    explicit Preferences(Value values) : values_(std::move(values)), exists_(true) {}
+
     // The front-end's preferences, which steer the helper.
     static Preferences frontEnd();
     // Shared by the organisation's applications.
