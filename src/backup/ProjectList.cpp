@@ -67,8 +67,13 @@ std::optional<ProjectEntry> ProjectList::parseSettings(const std::string& folder
                                                        const Result<std::string>& bytes) const {
     const Result<Value> settings = bytes ? parsePropertyList(*bytes) : Result<Value>(bytes.error());
     if (!settings) {
-        ZBLog::appendLog("Unable to read the settings of project %@: %@", root_ / folderName,
-                         settings.error().description);
+        const Path folder = root_ / folderName;
+        if (complain_) {
+            complain_(folder, settings.error());
+        } else {
+            ZBLog::appendLog("Unable to read the settings of project %@: %@", folder,
+                             settings.error().description);
+        }
         return std::nullopt;
     }
     const Value* path = settings->find("projectPath");

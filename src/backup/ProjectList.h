@@ -8,11 +8,13 @@
 #include "platform/Clock.h"
 #include "platform/Files.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace larkspan {
@@ -36,10 +38,15 @@ struct NewestVersion {
 // thread, one call at a time.
 class ProjectList {
   public:
-    ProjectList(platform::Files& files, platform::Clock& clock) : files_(files), clock_(clock) {}
+    // Told of a project folder whose settings cannot be read, once for each state of the file.
+    using Complaint = std::function<void(const Path& folder, const Error& error)>;
+
+    // Without a complaint of the caller's, unreadable settings are logged.
+    ProjectList(platform::Files& files, platform::Clock& clock, Complaint complain = {})
+        : files_(files), clock_(clock), complain_(std::move(complain)) {}
 
     // The known projects in the order of the store's listing; none when the store is missing.
-    // Settings that cannot be read are logged once for each state of the file, and skipped.
+    // Those whose settings cannot be read are complained about and skipped.
     std::vector<ProjectEntry> projects(const Path& root);
 
     // The newest version of a project; empty when there is none yet. `store` is the open root.
@@ -73,6 +80,7 @@ class ProjectList {
 
     platform::Files& files_;
     platform::Clock& clock_;
+    Complaint complain_;
     std::mutex mutex_;
     Path root_;  // of what is remembered
     std::map<std::string, Known, std::less<>> known_;

@@ -93,17 +93,23 @@ Preferences Preferences::ownDefaults() {
     return load(ownDefaultsFile());
 }
 
-Preferences Preferences::load(const std::optional<Path>& file) {
+Result<Preferences> Preferences::read(const std::optional<Path>& file) {
     Preferences preferences;
     if (!file) return preferences;
     Result<Value> loaded = loadPropertyList(*file);
+    if (!loaded && !isMissing(loaded.error())) return loaded.error();
     if (loaded) {
         preferences.values_ = std::move(*loaded);
         preferences.exists_ = true;
-    } else if (!isMissing(loaded.error())) {
-        complainOnce(*file, loaded.error());
     }
     return preferences;
+}
+
+Preferences Preferences::load(const std::optional<Path>& file) {
+    Result<Preferences> preferences = read(file);
+    if (preferences) return std::move(*preferences);
+    complainOnce(*file, preferences.error());
+    return {};
 }
 
 long Preferences::integer(std::string_view key, long absent) const {

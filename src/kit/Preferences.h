@@ -28,6 +28,8 @@ class Preferences {
     // The running program's own defaults.
     static Preferences ownDefaults();
     static Preferences load(const std::optional<Path>& file);
+    // The same without the log: a file that cannot be read is the caller's to report.
+    static Result<Preferences> read(const std::optional<Path>& file);
 
     // Where they lie; empty when the user has no preferences folder.
     static std::optional<Path> frontEndFile();

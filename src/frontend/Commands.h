@@ -1,0 +1,34 @@
+#pragma once
+
+#include "frontend/Command.h"
+
+#include <span>
+#include <string>
+#include <vector>
+
+namespace larkspan {
+
+// One for each file NAMECommand.cpp.
+extern const Command watchAddCommand;
+extern const Command watchListCommand;
+extern const Command watchRemoveCommand;
+extern const Command scanCommand;
+extern const Command statusCommand;
+extern const Command projectsCommand;
+extern const Command versionsCommand;
+extern const Command prefsCommand;
+extern const Command runCommand;
+
+// In the order of the help.
+std::span<const Command* const> allCommands();
+
+// The command that the arguments begin with; null when they begin with none.
+const Command* findCommand(std::span<const std::string> arguments);
+
+// What to say when there is no such command, with the nearest one.
+std::string unknownCommand(std::span<const std::string> arguments);
+
+std::string helpText(const Command& command);
+std::string generalHelp();
+
+}  // namespace larkspan

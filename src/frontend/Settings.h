@@ -1,0 +1,27 @@
+#pragma once
+
+#include "foundation/Path.h"
+#include "frontend/Command.h"
+#include "kit/Preferences.h"
+
+#include <optional>
+#include <string>
+
+namespace larkspan {
+
+// The user's preferences as commands use them: what goes wrong is said to the user, and nothing is
+// ever written over a file that cannot be read.
+
+// Empty, with the reason said, when the file cannot be read.
+std::optional<Preferences> readPreferences(Context& context);
+
+// Sets a key, or removes it without a value. False, with the reason said, when that failed.
+bool changePreference(Context& context, const std::string& key, std::optional<Value> value);
+
+// What to do about a preferences file that cannot be read.
+std::string unreadablePreferencesAdvice(const Path& file);
+
+// Where the versions are kept. Empty, with the reason said, when the user has no such place.
+std::optional<Path> storeRoot(Context& context);
+
+}  // namespace larkspan

@@ -1,0 +1,101 @@
+#include "frontend/Commands.h"
+#include "frontend/Format.h"
+#include "frontend/Json.h"
+#include "frontend/ProjectSearch.h"
+#include "frontend/Settings.h"
+#include "frontend/Store.h"
+#include "frontend/Suggestions.h"
+
+#include <algorithm>
+#include <array>
+
+namespace larkspan {
+namespace {
+
+constexpr std::array options{jsonOption};
+
+constexpr size_t shownCandidates = 20;
+
+ExitStatus reportAmbiguous(Context& context, const std::string& text,
+                           const std::vector<StoredProject>& found) {
+    std::string list = "Name one of them by the start of its identifier:";
+    for (size_t at = 0; at < std::min(found.size(), shownCandidates); ++at) {
+        list += "\n  " + printable(found[at].id.text + "  " + found[at].path.str());
+    }
+    if (found.size() > shownCandidates) {
+        list += "\n  and " + std::to_string(found.size() - shownCandidates) + " more";
+    }
+    context.output.error(
+        "\"" + printable(text) + "\" may be " + std::to_string(found.size()) + " projects.", list);
+    return ExitStatus::failed;
+}
+
+ExitStatus reportUnknown(Context& context, const std::string& text,
+                         const std::vector<StoredProject>& projects) {
+    std::vector<std::string> names;
+    for (const StoredProject& project : projects) {
+        names.push_back(printable(project.displayName()));
+    }
+    context.output.error("There is no project \"" + printable(text) + "\" in the version store." +
+                             didYouMean(names, text),
+                         "See them all with: larkspan projects");
+    return ExitStatus::failed;
+}
+
+void show(Context& context, const Store& store, const StoredProject& project, bool asJson) {
+    using Align = Table::Align;
+    Table table({{"NUMBER", Align::right}, {"SAVED"}, {"SIZE", Align::right}, {"FILE"}});
+    Value::Array list;
+    for (const StoredVersion& version : store.versions(project)) {
+        const std::uint64_t size = Store::size(version.file);
+        table.addRow({std::to_string(version.number.value), dateText(version.saved), sizeText(size),
+                      version.file.str()});
+        Value::Dictionary fields{{"number", version.number.value},
+                                 {"date", version.saved},
+                                 {"size", size},
+                                 {"file", version.file.str()}};
+        if (version.rendition) fields.emplace("rendition", version.rendition->str());
+        list.emplace_back(std::move(fields));
+    }
+    if (asJson) {
+        context.output.line(json(list));
+    } else if (list.empty()) {
+        context.output.message(printable(project.displayName()) +
+                               " has no version yet. Take one with: larkspan scan");
+    } else {
+        for (const std::string& line : table.lines()) context.output.line(line);
+    }
+}
+
+ExitStatus versions(const Arguments& arguments, Context& context) {
+    const auto root = storeRoot(context);
+    if (!root) return ExitStatus::failed;
+    Store store(*root);
+    const std::string& text = arguments.words()[0];
+    const auto projects = sortedByName(store.projects());
+    const auto found = projectsMeantBy(text, projects, context.currentDirectory);
+    if (found.empty()) return reportUnknown(context, text, projects);
+    if (found.size() > 1) return reportAmbiguous(context, text, found);
+    show(context, store, found[0], arguments.has("json"));
+    return ExitStatus::done;
+}
+
+}  // namespace
+
+constinit const Command versionsCommand{
+    .name = "versions",
+    .words = "PROJECT",
+    .summary = "List the versions of a project.",
+    .description =
+        "Lists the versions of one project with their numbers, dates and files; each "
+        "file can be\nopened or copied as it is. PROJECT is the project's identifier or "
+        "the start of it, its\nname, or the path of its file. Works without a helper. "
+        "JSON fields: number, date, size\n(bytes), file, rendition (left out where "
+        "there is none).",
+    .example = "larkspan versions Cut.fcp",
+    .options = options,
+    .fewestWords = 1,
+    .mostWords = 1,
+    .run = versions};
+
+}  // namespace larkspan
