@@ -1,3 +1,13 @@
+if(LARKSPAN_BUILD_FUZZERS)
+    if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+        message(FATAL_ERROR "The fuzzers need clang: configure with CXX=clang++-16.")
+    endif()
+    # What is fuzzed tells the fuzzer which branches it took.
+    add_compile_options(-fsanitize=fuzzer-no-link)
+    if(NOT LARKSPAN_SANITIZE)
+        set(LARKSPAN_SANITIZE "address,undefined")
+    endif()
+endif()
 if(LARKSPAN_SANITIZE)
     add_compile_options(-fsanitize=${LARKSPAN_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -O1)
     add_link_options(-fsanitize=${LARKSPAN_SANITIZE})

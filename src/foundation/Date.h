@@ -12,13 +12,14 @@ using Date = std::chrono::sys_time<std::chrono::nanoseconds>;
 using Seconds = std::chrono::duration<double>;
 
 // `later` minus `earlier`, in seconds; negative when `later` lies before `earlier`.
-// Exact to the nanosecond where the two lie close together.
+// To the nanosecond, or to the second where they lie more than a century apart.
 constexpr Seconds secondsBetween(Date earlier, Date later) {
     using std::chrono::floor;
     using std::chrono::seconds;
-    const auto from = floor<seconds>(earlier);
-    const auto to = floor<seconds>(later);
-    return Seconds(to - from) + Seconds((later - to) - (earlier - from));
+    const seconds whole = floor<seconds>(later) - floor<seconds>(earlier);
+    constexpr seconds century = std::chrono::years(100);  // nanoseconds overflow after three
+    if (whole > century || whole < -century) return whole;
+    return later - earlier;
 }
 
 // "YYYY-MM-DD HH:MM:SS ±HHMM" in the local time zone, fractions of a second cut off.

@@ -15,12 +15,13 @@ OperationQueue::OperationQueue(int maxConcurrentOperationCount, ExceptionHandler
     : maxConcurrent_(std::max(1, maxConcurrentOperationCount)), handler_(std::move(handler)) {}
 
 OperationQueue::~OperationQueue() {
-    std::deque<Operation> dropped;  // destroyed without the lock: they own what they captured
+    std::deque<Operation> dropped;  // destroyed without the lock: what they own may use the queue
     {
         const std::lock_guard lock(mutex_);
         closing_ = true;
         dropped.swap(waiting_);
     }
+    dropped.clear();
     workAdded_.notify_all();
     for (std::thread& thread : threads_) thread.join();
 }
