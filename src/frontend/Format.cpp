@@ -59,9 +59,9 @@ std::string utcText(Date date) {
     const std::chrono::year_month_day calendar(day);
     const auto second = std::chrono::floor<std::chrono::seconds>(date - day).count();
     return messageText("%04d-%02d-%02dT%02d:%02d:%02dZ", static_cast<int>(calendar.year()),
-                   static_cast<unsigned>(calendar.month()), static_cast<unsigned>(calendar.day()),
-                   static_cast<int>(second / 3600), static_cast<int>(second / 60 % 60),
-                   static_cast<int>(second % 60));
+                       static_cast<unsigned>(calendar.month()),
+                       static_cast<unsigned>(calendar.day()), static_cast<int>(second / 3600),
+                       static_cast<int>(second / 60 % 60), static_cast<int>(second % 60));
 }
 
 std::string countText(size_t count, std::string_view singular, std::string_view plural) {

@@ -1,7 +1,5 @@
 #include "frontend/HelperProcess.h"
 
-#include "kit/Identifiers.h"
-#include "platform/Applications.h"
 #include "platform/Clock.h"
 #include "platform/MainThread.h"
 #include "platform/Platform.h"
@@ -68,13 +66,6 @@ std::optional<int> HelperProcess::waitUntilEnded(Seconds atMost) {
         clock.sleepFor(betweenLooks);
     }
     return process_->waitUntilExit();
-}
-
-void HelperProcess::kill() {
-    platform::Applications& applications = current().applications;
-    for (const auto& application : applications.runningApplications(helperBundleIdentifier)) {
-        if (application.processID == processID()) (void)applications.forceTerminate(application);
-    }
 }
 
 }  // namespace larkspan

@@ -34,7 +34,7 @@ class HelperProcess {
     // Asks it to end in order.
     void terminate() { process_->terminate(); }
     // Ends it at once.
-    void kill();
+    void kill() { process_->kill(); }
 
     // The last lines that it wrote on standard error.
     std::string lastOutput() const { return output_->copy(); }
