@@ -9,12 +9,12 @@
 namespace larkspan::platform {
 
 struct UserNotification {
-    std::string applicationName;
-    std::string title;
-    std::string description;
-    std::string notificationName;  // the category under which users configure its display
-    std::string icon;              // name or path of an image; "" for the application's own
-    std::optional<Value> context;  // handed back on a click or time-out
+    std::string applicationName = {};
+    std::string title = {};
+    std::string description = {};
+    std::string notificationName = {};  // the category under which users configure its display
+    std::string icon = {};              // name or path of an image; "" for the application's own
+    std::optional<Value> context = {};  // handed back on a click or time-out
 };
 
 // Short notices on the user's screen. A session without such a service is fine: nothing is shown.

@@ -25,7 +25,7 @@ class Audience;
 class LinuxConnections final : public Connections {
   public:
     struct Options {
-        std::optional<Path> socketFolder;  // instead of the one that the environment tells
+        std::optional<Path> socketFolder = {};  // instead of the one that the environment tells
         // How long serve() blocks while another process still holds the name: one that has just
         // been killed needs a moment to go.
         Seconds patience = std::chrono::seconds(2);

@@ -13,9 +13,10 @@ namespace larkspan::platform {
 
 // What decides where the sockets of named connections lie.
 struct SocketFacts {
-    std::string home;         // HOME, "" when unset
-    std::string accountHome;  // the home folder in the system's table of users, "" when unknown
-    std::vector<std::string> runtimeFolders;  // candidates, the first that is ours is taken
+    std::string home = {};  // HOME, "" when unset
+    std::string accountHome =
+        {};  // the home folder in the system's table of users, "" when unknown
+    std::vector<std::string> runtimeFolders = {};  // candidates, the first that is ours is taken
     std::string temporaryFolder = "/tmp";
     unsigned userID = 0;
 
