@@ -15,9 +15,9 @@ namespace larkspan::platform {
 // A running application of this user.
 struct RunningApplication {
     int processID = 0;
-    std::string bundleIdentifier;
-    Path executable;
-    Date started;
+    std::string bundleIdentifier = {};
+    Path executable = {};
+    Date started = {};
 };
 
 // Running and installed applications.
