@@ -66,7 +66,7 @@ struct LinuxConnectionsTest : ::testing::Test {
 };
 
 TEST_F(LinuxConnectionsTest, rubbishAndHangUpsHurtNobody) {
-    serve({.authenticationLimit = 50ms});
+    serve({.authenticationLimit = 300ms});
     expectService();
     const size_t before = openDescriptors();
     const std::string begun(authentication);

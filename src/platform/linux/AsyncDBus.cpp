@@ -28,19 +28,30 @@ struct Awaited {
     }
 };
 
+// A connection that has ended before its owner could watch for that would never end for it: what
+// announces the end comes once, in this context. From here on the owner has until it returns.
+void deliverConnection(gpointer data, ConnectionHandle connection, ErrorSlot& error) {
+    if (connection) {
+        // A peer that goes away must not take the process along.
+        g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
+        if (g_dbus_connection_is_closed(connection.get())) {
+            g_set_error_literal(error.out(), G_IO_ERROR, G_IO_ERROR_CLOSED, "closed at once");
+            connection.reset();
+        }
+    }
+    Awaited<ConnectionHandle>::deliver(data, std::move(connection), error);
+}
+
 void connectionOpened(GObject*, GAsyncResult* result, gpointer data) {
     ErrorSlot error;
     ConnectionHandle connection(g_dbus_connection_new_finish(result, error.out()));
-    // A peer that goes away must not take the process along.
-    if (connection) g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
-    Awaited<ConnectionHandle>::deliver(data, std::move(connection), error);
+    deliverConnection(data, std::move(connection), error);
 }
 
 void busOpened(GObject*, GAsyncResult* result, gpointer data) {
     ErrorSlot error;
     ConnectionHandle connection(g_dbus_connection_new_for_address_finish(result, error.out()));
-    if (connection) g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
-    Awaited<ConnectionHandle>::deliver(data, std::move(connection), error);
+    deliverConnection(data, std::move(connection), error);
 }
 
 void methodAnswered(GObject* connection, GAsyncResult* result, gpointer data) {

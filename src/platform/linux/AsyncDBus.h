@@ -35,12 +35,13 @@ using ConnectionAnswer = std::function<void(Result<ConnectionHandle>)>;
 using VariantAnswer = std::function<void(Result<VariantHandle>)>;
 
 // Authenticates over a stream and begins to speak D-Bus. `guid` for a server only; `observer` may
-// be null.
+// be null. The answer is the moment to put a ClosedWatch on the connection: one that is put there
+// later may miss the end.
 void openConnection(GIOStream* stream, const char* guid, GDBusConnectionFlags flags,
                     GDBusAuthObserver* observer, const Cancellation& cancellation,
                     ConnectionAnswer answer);
 
-// Connects to a message bus.
+// Connects to a message bus; the answer as above.
 void openBus(const std::string& address, const Cancellation& cancellation, ConnectionAnswer answer);
 
 struct BusMethod {
