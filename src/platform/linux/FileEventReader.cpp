@@ -1,0 +1,185 @@
+#include "platform/linux/FileEventReader.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <fstream>
+#include <utility>
+
+#include <poll.h>
+#include <sys/eventfd.h>
+
+namespace larkspan::platform {
+namespace {
+
+Seconds uptime() {
+    return std::chrono::steady_clock::now().time_since_epoch();
+}
+
+// While events keep coming, the thread rests between two reads, so that a writer wakes it some
+// hundred times a second and not at every write. No queue of the usual size fills up meanwhile.
+int napLength(Seconds latency) {
+    constexpr int milliseconds = 4;
+    constexpr long enoughEvents = 16384;
+    long queue = 0;
+    std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> queue;
+    const bool napIsShort = latency >= 10 * std::chrono::milliseconds(milliseconds);
+    return queue >= enoughEvents && napIsShort ? milliseconds : 0;
+}
+
+std::vector<std::string> rootPaths(const std::vector<Path>& roots) {
+    std::vector<std::string> paths;
+    for (const Path& root : roots) {
+        std::string path = root.str();
+        while (path.ends_with('/')) path.pop_back();
+        paths.push_back(path + '/');
+    }
+    return paths;
+}
+
+}  // namespace
+
+FileEventReader::Watch::Watch(const InotifyCalls& calls, const std::vector<Path>& given,
+                              const WatchReports& reports)
+    : inotify(calls),
+      folders(inotify, rootPaths(given), reports),
+      roots(inotify, folders, given, reports) {}
+
+bool FileEventReader::Watch::needsTimer() const {
+    return folders.hasUnwatched() || roots.hasUnwatchedWay();
+}
+
+FileEventReader::FileEventReader(std::vector<Path> roots, Seconds latency,
+                                 FileEventsOptions options, Deliver deliver)
+    : given_(std::move(roots)),
+      options_(std::move(options)),
+      deliver_(std::move(deliver)),
+      stop_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      napMilliseconds_(napLength(latency)),
+      gathering_(latency) {
+    startAnew(0);
+    states_.with([&](auto& states) { states = watch_->roots.states(); });
+    thread_ = std::thread([this] { run(); });
+}
+
+FileEventReader::~FileEventReader() {
+    stopping_ = true;
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = ::write(stop_.get(), &one, sizeof one);
+    thread_.join();
+}
+
+WatchReports FileEventReader::reports() {
+    return {
+        .changed = [this](std::string folder,
+                          std::uint32_t flags) { gathering_.add(std::move(folder), flags); },
+        .problem =
+            [this](const std::string& problem) {
+                if (std::exchange(lastProblem_, problem) != problem) {
+                    options_.reportProblem(problem);
+                }
+            },
+        .stopping = [this] { return stopping_.load(); },
+    };
+}
+
+void FileEventReader::run() {
+    while (!stopping_) {
+        const Ready ready = wait(nextDue());
+        if (ready.mounts) watch_->roots.mountsChanged(mounts_.mountPoints());
+        const bool moreEvents = ready.events && readEvents();
+        lookWhereDue();
+        deliverWhenDue();
+        states_.with([&](auto& states) { states = watch_->roots.states(); });
+        if (ready.events && !moreEvents) nap();
+    }
+}
+
+// Empty: until something happens.
+std::optional<Seconds> FileEventReader::nextDue() const {
+    if (watch_->roots.needsLook()) return Seconds(0);
+    const Seconds now = uptime();
+    std::optional<Seconds> due = gathering_.dueIn(now);
+    const auto at = [&](Seconds moment) {
+        const Seconds wait = std::max(Seconds(0), moment - now);
+        due = due ? std::min(*due, wait) : wait;
+    };
+    if (eventsDropped_) at(startAnewNotBefore_);
+    if (watch_->needsTimer()) at(lookAtUnwatchedAt_);
+    // Without the descriptor that ends the wait, the wait has to end by itself.
+    if (!stop_) at(now + std::chrono::milliseconds(200));
+    return due;
+}
+
+FileEventReader::Ready FileEventReader::wait(std::optional<Seconds> timeout) const {
+    std::array<pollfd, 3> descriptors{{{stop_.get(), POLLIN, 0},
+                                       {watch_->inotify.descriptor(), POLLIN, 0},
+                                       {mounts_.descriptor(), POLLPRI, 0}}};
+    // An hour at most, so that the count of milliseconds fits.
+    const int milliseconds =
+        timeout ? static_cast<int>(std::ceil(std::min(timeout->count(), 3600.0) * 1000)) : -1;
+    if (::poll(descriptors.data(), descriptors.size(), milliseconds) <= 0) return {};
+    return {descriptors[1].revents != 0, descriptors[2].revents != 0};
+}
+
+void FileEventReader::nap() const {
+    pollfd stop{stop_.get(), POLLIN, 0};
+    if (napMilliseconds_ > 0) ::poll(&stop, 1, napMilliseconds_);
+}
+
+// True when more may wait to be read.
+bool FileEventReader::readEvents() {
+    options_.beforeReading();
+    watch_->folders.beginEvents();
+    return watch_->inotify.read([this](const InotifyEvent& event) {
+        if ((event.mask & IN_Q_OVERFLOW) != 0) eventsDropped_ = true;
+        watch_->roots.handle(event);
+        watch_->folders.handle(event);
+    });
+}
+
+void FileEventReader::lookWhereDue() {
+    if (eventsDropped_ && uptime() >= startAnewNotBefore_) {
+        startAnew(FileEventFlag::mustScanSubfolders | FileEventFlag::eventsDropped);
+    }
+    if (watch_->needsTimer() && uptime() >= lookAtUnwatchedAt_) lookAtUnwatched();
+    if (watch_->roots.needsLook()) watch_->roots.lookAgain();
+}
+
+void FileEventReader::lookAtUnwatched() {
+    const Seconds begun = uptime();
+    if (!watch_->inotify.isOpen() && Inotify(options_.calls).isOpen()) {
+        startAnew(FileEventFlag::mustScanSubfolders);
+    } else {
+        watch_->roots.lookForUnwatched();
+        watch_->folders.lookAtUnwatched();
+    }
+    // Never more than a tenth of the time, however large the trees are.
+    const Seconds end = uptime();
+    lookAtUnwatchedAt_ = end + std::max(options_.unwatchedInterval, 10 * (end - begun));
+}
+
+// Watches everything from scratch, since after lost events nothing that is known can be trusted.
+// Reports every root when there are flags.
+void FileEventReader::startAnew(std::uint32_t flags) {
+    const Seconds begun = uptime();
+    eventsDropped_ = false;
+    watch_.reset();  // before the new one, which needs its watches
+    watch_ = std::make_unique<Watch>(options_.calls, given_, reports());
+    watch_->roots.start();
+    if (flags != 0) {
+        for (const std::string& root : rootPaths(given_)) gathering_.add(root, flags);
+    }
+    // A writer that floods the queue all the time must not keep this thread busy for good.
+    const Seconds end = uptime();
+    startAnewNotBefore_ = end + 4 * (end - begun);
+    lookAtUnwatchedAt_ = end + options_.unwatchedInterval;
+}
+
+void FileEventReader::deliverWhenDue() {
+    const Seconds now = uptime();
+    if (gathering_.dueIn(now) == Seconds(0)) deliver_(gathering_.take(now));
+}
+
+}  // namespace larkspan::platform

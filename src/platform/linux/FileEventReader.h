@@ -1,0 +1,94 @@
+#pragma once
+
+#include "foundation/Guarded.h"
+#include "platform/FileEvents.h"
+#include "platform/linux/EventGathering.h"
+#include "platform/linux/FolderWatch.h"
+#include "platform/linux/Inotify.h"
+#include "platform/linux/MountTable.h"
+#include "platform/linux/RootWatch.h"
+#include "platform/posix/FileDescriptor.h"
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace larkspan::platform {
+
+struct FileEventsOptions {
+    // Told, on any thread, what cannot be watched as it should be; each thing once in a row.
+    std::function<void(const std::string& problem)> reportProblem = [](const std::string&) {};
+    // How often folders are looked at that the system does not watch, at most.
+    Seconds unwatchedInterval = std::chrono::seconds(30);
+    InotifyCalls calls;
+    // Called before events are read, for tests that need a slow reader.
+    std::function<void()> beforeReading = [] {};
+};
+
+// One watch with the thread that reads its events. Made and destroyed on one thread.
+class FileEventReader {
+  public:
+    // Called on the reader's thread with one batch, never empty.
+    using Deliver = std::function<void(std::vector<FileEvent>)>;
+
+    // Returns when all folders are watched.
+    FileEventReader(std::vector<Path> roots, Seconds latency, FileEventsOptions options,
+                    Deliver deliver);
+    FileEventReader(const FileEventReader&) = delete;
+    FileEventReader& operator=(const FileEventReader&) = delete;
+    // Ends the thread at once, also amid a look at a huge tree.
+    ~FileEventReader();
+
+    // Any thread.
+    std::vector<WatchedRoot> roots() const { return states_.copy(); }
+
+  private:
+    // One inotify instance and what is watched with it.
+    struct Watch {
+        Watch(const InotifyCalls& calls, const std::vector<Path>& roots,
+              const WatchReports& reports);
+        bool needsTimer() const;
+
+        Inotify inotify;
+        FolderWatch folders;
+        RootWatch roots;
+    };
+    struct Ready {
+        bool events = false;
+        bool mounts = false;
+    };
+
+    void run();
+    Ready wait(std::optional<Seconds> timeout) const;
+    void nap() const;
+    std::optional<Seconds> nextDue() const;
+    bool readEvents();
+    void lookWhereDue();
+    void lookAtUnwatched();
+    void startAnew(std::uint32_t flags);
+    void deliverWhenDue();
+    WatchReports reports();
+
+    const std::vector<Path> given_;
+    const FileEventsOptions options_;
+    const Deliver deliver_;
+    const FileDescriptor stop_;
+    const MountTable mounts_;
+    const int napMilliseconds_;
+    EventGathering gathering_;
+    std::string lastProblem_;
+    std::unique_ptr<Watch> watch_;
+    bool eventsDropped_ = false;
+    Seconds startAnewNotBefore_{0};  // moments are the uptime
+    Seconds lookAtUnwatchedAt_{0};
+    Guarded<std::vector<WatchedRoot>> states_;
+    std::atomic<bool> stopping_{false};
+    std::thread thread_;
+};
+
+}  // namespace larkspan::platform

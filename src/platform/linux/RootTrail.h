@@ -1,0 +1,20 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace larkspan::platform {
+
+// Where a path leads when it is followed name by name.
+struct TrailEnd {
+    int error = 0;        // 0: to a folder; else an errno value, ENOTDIR for something else
+    std::string folder;   // the last folder on the way, without links but with ".." as given
+    std::string awaited;  // the name in it that is missing or no folder
+};
+
+// Follows the path through folders and links. Calls `visit` for every folder and link on the way,
+// always before it looks behind it.
+TrailEnd followTrail(const std::string& path,
+                     const std::function<void(const std::string& place, bool isLink)>& visit);
+
+}  // namespace larkspan::platform

@@ -1,0 +1,174 @@
+#include "platform/linux/RootWatch.h"
+
+#include "foundation/Error.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+namespace larkspan::platform {
+namespace {
+
+// Kept quiet: folders above a root may be busy ones. IN_MASK_ADD, since they may be watched as a
+// part of another root.
+constexpr std::uint32_t selfMask = IN_DELETE_SELF | IN_MOVE_SELF | IN_MASK_ADD;
+constexpr std::uint32_t linkMask = selfMask | IN_ATTRIB | IN_DONT_FOLLOW;
+constexpr std::uint32_t awaitMask =
+    selfMask | IN_CREATE | IN_MOVED_TO | IN_ATTRIB | IN_ONLYDIR | IN_EXCL_UNLINK;
+
+}  // namespace
+
+RootWatch::RootWatch(Inotify& inotify, FolderWatch& folders, std::vector<Path> roots,
+                     WatchReports reports)
+    : inotify_(inotify), folders_(folders), reports_(std::move(reports)) {
+    for (Path& given : roots) roots_.emplace_back().given = std::move(given);
+}
+
+void RootWatch::start() {
+    folders_.setReporting(false);
+    for (size_t root = 0; root < roots_.size(); ++root) look(root);
+    folders_.setReporting(true);
+    reporting_ = true;
+}
+
+void RootWatch::handle(const InotifyEvent& event) {
+    constexpr std::uint32_t selfEvents = IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT | IN_IGNORED;
+    constexpr std::uint32_t nameEvents = IN_CREATE | IN_MOVED_TO | IN_ATTRIB;
+    if ((event.mask & (selfEvents | nameEvents)) == 0) return;
+    for (const Step& step : steps_) {
+        if (step.watch != event.watch) continue;
+        if ((event.mask & IN_MOVE_SELF) != 0) {
+            // It may be back under its name already; looks below it failed meanwhile.
+            mark(step.root, Look::moved);
+        } else if ((event.mask & selfEvents) != 0 || event.name.empty() ||
+                   event.name == step.awaited) {
+            mark(step.root, Look::whereItIs);
+        }
+    }
+}
+
+void RootWatch::mountsChanged(const std::vector<std::string>& mountPoints) {
+    for (size_t root = 0; root < roots_.size(); ++root) {
+        mark(root, Look::whereItIs);
+        if (roots_[root].folder == 0) continue;
+        const std::string inside =
+            roots_[root].realPath + (roots_[root].realPath.ends_with('/') ? "" : "/");
+        for (const std::string& mountPoint : mountPoints) {
+            if (mountPoint.size() <= inside.size() || !mountPoint.starts_with(inside)) continue;
+            folders_.mounted(root, std::string_view(mountPoint).substr(inside.size()));
+        }
+    }
+}
+
+bool RootWatch::needsLook() const {
+    return std::any_of(roots_.begin(), roots_.end(),
+                       [](const Root& root) { return root.look != Look::none; });
+}
+
+void RootWatch::lookAgain() {
+    for (size_t root = 0; root < roots_.size() && !reports_.stopping(); ++root) {
+        if (roots_[root].look != Look::none) look(root);
+    }
+}
+
+bool RootWatch::hasUnwatchedWay() const {
+    return std::any_of(roots_.begin(), roots_.end(),
+                       [](const Root& root) { return !root.wayIsWatched; });
+}
+
+void RootWatch::lookForUnwatched() {
+    for (size_t root = 0; root < roots_.size(); ++root) {
+        if (!roots_[root].wayIsWatched) mark(root, Look::whereItIs);
+    }
+}
+
+void RootWatch::mark(size_t root, Look look) {
+    roots_[root].look = std::max(roots_[root].look, look);
+}
+
+// The folder of an earlier root that is no longer watched may lie below a later one, too.
+void RootWatch::markLater(size_t root) {
+    for (size_t later = root + 1; later < roots_.size(); ++later) mark(later, Look::wholeTree);
+}
+
+void RootWatch::look(size_t index) {
+    Root& root = roots_[index];
+    const Look look = std::exchange(root.look, Look::none);
+    const int before = root.folder;
+    const bool wasThere = root.problem.empty() && reporting_;
+    leaveWay(index);
+    const TrailEnd end = follow(index);
+    if (end.error == 0) {
+        root.realPath = end.folder;
+        root.folder = folders_.watchRoot(index, look >= Look::wholeTree);
+        root.problem.clear();
+        if (root.folder > 0) steps_.push_back({root.folder, index, ""});
+    } else {
+        folders_.loseRoot(index);
+        root.realPath.clear();
+        root.folder = 0;
+        root.problem = posixError(end.error, root.given.str()).description;
+    }
+    if (before > 0 && root.folder != before) markLater(index);
+    const bool isThere = end.error == 0;
+    const bool changed =
+        root.folder != before || isThere != wasThere || (look == Look::moved && isThere);
+    if (changed && reporting_) {
+        reports_.changed(folders_.rootPath(index), FileEventFlag::rootChanged);
+    }
+}
+
+void RootWatch::leaveWay(size_t root) {
+    std::vector<int> left;
+    std::erase_if(steps_, [&](const Step& step) {
+        if (step.root == root) left.push_back(step.watch);
+        return step.root == root;
+    });
+    for (const int watch : left) {
+        const bool used = folders_.contains(watch) ||
+                          std::any_of(steps_.begin(), steps_.end(),
+                                      [&](const Step& step) { return step.watch == watch; });
+        if (!used) inotify_.forget(watch);
+    }
+}
+
+// Follows the root's path and puts watches on the way.
+TrailEnd RootWatch::follow(size_t root) {
+    const auto visit = [&](const std::string& place, bool isLink) {
+        step(root, place, isLink ? linkMask : selfMask | IN_ONLYDIR, "");
+    };
+    roots_[root].wayIsWatched = true;
+    TrailEnd end = followTrail(roots_[root].given.str(), visit);
+    if (end.error == 0 || end.awaited.empty()) return end;
+    // The last folder is watched for the missing name, then the name is looked for once more: it
+    // may have come meanwhile.
+    const int watch = step(root, end.folder, awaitMask, end.awaited);
+    if (watch == -EACCES) roots_[root].wayIsWatched = false;
+    TrailEnd again = followTrail(roots_[root].given.str(), visit);
+    if (again.error != 0 && (again.folder != end.folder || again.awaited != end.awaited)) {
+        mark(root, Look::whereItIs);
+    }
+    return again;
+}
+
+int RootWatch::step(size_t root, const std::string& place, std::uint32_t mask,
+                    std::string awaited) {
+    const int watch = inotify_.watch(place, mask);
+    if (watch > 0) steps_.push_back({watch, root, std::move(awaited)});
+    // A folder that only may not be read hides little: that it is moved.
+    const bool harmless = watch > 0 || watch == -ENOENT || watch == -ENOTDIR || watch == -EACCES;
+    if (!harmless) roots_[root].wayIsWatched = false;
+    return watch;
+}
+
+std::vector<WatchedRoot> RootWatch::states() const {
+    std::vector<WatchedRoot> states;
+    for (size_t root = 0; root < roots_.size(); ++root) {
+        const Root& kept = roots_[root];
+        states.push_back({kept.given, kept.folder > 0,
+                          kept.problem.empty() ? folders_.problem(root) : kept.problem});
+    }
+    return states;
+}
+
+}  // namespace larkspan::platform

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "platform/FileEvents.h"
+#include "platform/linux/FolderWatch.h"
+#include "platform/linux/Inotify.h"
+#include "platform/linux/RootTrail.h"
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace larkspan::platform {
+
+// Keeps the roots of a FolderWatch tied to the folders that their paths lead to. Every folder and
+// link on the way to a root is watched for being moved or removed, and where the way ends too
+// early, the last folder is watched for the name that is missing. One thread at a time.
+class RootWatch {
+  public:
+    RootWatch(Inotify& inotify, FolderWatch& folders, std::vector<Path> roots,
+              WatchReports reports);
+
+    // Watches every root for the first time, without reporting it.
+    void start();
+
+    // Takes notice of events on the way to a root; lookAgain() acts on them.
+    void handle(const InotifyEvent& event);
+    // Takes notice that volumes were mounted or unmounted.
+    void mountsChanged(const std::vector<std::string>& mountPoints);
+    bool needsLook() const;
+    // Looks where the roots concerned are now and reports those that came, went or were replaced.
+    void lookAgain();
+
+    // Whether a root can be found again only by looking for it from time to time.
+    bool hasUnwatchedWay() const;
+    // Has the next lookAgain() look for these.
+    void lookForUnwatched();
+
+    std::vector<WatchedRoot> states() const;
+
+  private:
+    // In rising order: where its path leads; what is below it, too; that, and it counts as changed.
+    enum class Look { none, whereItIs, wholeTree, moved };
+    struct Root {
+        Path given;
+        std::string realPath;  // without links; "" while missing
+        int folder = 0;        // 0 while there is none that is watched
+        bool wayIsWatched = true;
+        std::string problem;  // why its path leads to no folder; "" when it does
+        Look look = Look::none;
+    };
+    // One folder or link on the way to a root.
+    struct Step {
+        int watch = 0;
+        size_t root = 0;
+        std::string awaited;  // the name that is missing in it; "" when none is
+    };
+
+    void look(size_t root);
+    void leaveWay(size_t root);
+    TrailEnd follow(size_t root);
+    int step(size_t root, const std::string& place, std::uint32_t mask, std::string awaited);
+    void mark(size_t root, Look look);
+    void markLater(size_t root);
+
+    Inotify& inotify_;
+    FolderWatch& folders_;
+    const WatchReports reports_;
+    std::vector<Root> roots_;
+    std::vector<Step> steps_;
+    bool reporting_ = false;
+};
+
+}  // namespace larkspan::platform
