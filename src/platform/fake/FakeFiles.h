@@ -17,7 +17,9 @@ class FakeFiles final : public Files {
     // For tests; folders above are made where they are missing, what is there is replaced, and no
     // permission stands in the way.
     void addFile(const Path& path, std::string content, Date date);
-    void addFile(const Path& path, std::string content) { addFile(path, content, clock_.now()); }
+    void addFile(const Path& path, std::string content) {
+        addFile(path, std::move(content), clock_.now());
+    }
     void addFolder(const Path& path);
     void addLink(const Path& path, std::string target);
     // A thing that is neither file, folder nor link.

@@ -1,0 +1,193 @@
+#include "platform/FilesUnderTest.h"
+
+#include <cerrno>
+
+namespace larkspan::testing {
+namespace {
+
+using platform::DirectoryEntry;
+using platform::EntryKind;
+using ::testing::ElementsAre;
+
+TEST_P(FilesContract, ListsInListingOrderWithKinds) {
+    makeFolder(at("b"));
+    write(at("C"), "");
+    write(at("a"), "");
+    write(at("A"), "");
+    write(at(".dot"), "");
+    write(at("new\nline 100%"), "");
+    write(at("\xff\xfe"), "");
+    makeLink(at("link"), "b");
+    makePipe(at("Pipe"));
+    const auto expected = ElementsAre(
+        DirectoryEntry{".dot", EntryKind::file}, DirectoryEntry{"A", EntryKind::file},
+        DirectoryEntry{"a", EntryKind::file}, DirectoryEntry{"b", EntryKind::folder},
+        DirectoryEntry{"C", EntryKind::file}, DirectoryEntry{"link", EntryKind::symbolicLink},
+        DirectoryEntry{"new\nline 100%", EntryKind::file}, DirectoryEntry{"Pipe", EntryKind::other},
+        DirectoryEntry{"\xff\xfe", EntryKind::file});
+    EXPECT_THAT(*files().contentsOfFolder(at("")), expected);
+    const auto folder = files().openFolder(at(""));
+    ASSERT_TRUE(folder);
+    for (int i = 0; i < 2; ++i) EXPECT_THAT(folder->entries(), expected) << "time " << i;
+    EXPECT_THAT(folder->entries([](auto, EntryKind kind) { return kind == EntryKind::folder; }),
+                ElementsAre(DirectoryEntry{"b", EntryKind::folder}));
+    EXPECT_EQ(codeOf(files().contentsOfFolder(at("missing"))), ENOENT);
+    EXPECT_EQ(codeOf(files().contentsOfFolder(at("C"))), ENOTDIR);
+}
+
+TEST_P(FilesContract, ListsLargeFolders) {
+    constexpr int count = 1200;
+    for (int i = 0; i < count; ++i) makeLink(at("a rather long name " + std::to_string(i)), "x");
+    EXPECT_EQ(names(at("")).size(), count);
+}
+
+TEST_P(FilesContract, OpenFolderActsOnWhatIsInIt) {
+    makeFolder(at("sub/below"));
+    write(at("sub/file"), "12345");
+    makeLink(at("toSub"), "sub");
+    makeLink(at("sub/dangling"), "nowhere");
+    makeLink(at("sub/toFile"), "file");
+    const auto root = files().openFolder(at(""));
+    const auto sub = root->openFolder("toSub");
+    ASSERT_TRUE(sub);
+    EXPECT_TRUE(sub->openFolder("below"));
+    EXPECT_FALSE(sub->openFolder("file"));
+    EXPECT_FALSE(sub->openFolder("missing"));
+    EXPECT_FALSE(files().openFolder(at("sub/file")));
+    EXPECT_FALSE(files().openFolder(at("missing")));
+
+    EXPECT_EQ(sub->info("toFile")->size, 5U);
+    EXPECT_TRUE(sub->info("toFile")->isFile());
+    EXPECT_FALSE(sub->info("dangling"));
+    EXPECT_FALSE(sub->info("missing"));
+    EXPECT_EQ(sub->info()->identity, files().info(at("sub"))->identity);
+    EXPECT_EQ(*sub->readFile("toFile", 5), "12345");
+    EXPECT_EQ(codeOf(sub->readFile("file", 4)), EFBIG);
+    EXPECT_EQ(codeOf(sub->readFile("missing", 4)), ENOENT);
+    EXPECT_EQ(codeOf(sub->readFile("below", 4)), EISDIR);
+}
+
+TEST_P(FilesContract, TellsFactsOfWhatIsThere) {
+    makeFolder(at("folder"));
+    write(at("file"), "123");
+    makeLink(at("link"), "file");
+    makeLink(at("dangling"), "nowhere");
+    makeLink(at("loop"), "loop");
+    makePipe(at("pipe"));
+    const auto kind = [](const std::optional<platform::FileInfo>& info) {
+        return info ? std::optional(info->kind) : std::nullopt;
+    };
+    struct Case {
+        std::string_view name;
+        std::optional<EntryKind> followed;
+        std::optional<EntryKind> itself;
+    };
+    const std::optional<EntryKind> link = EntryKind::symbolicLink;
+    for (const Case& c :
+         std::initializer_list<Case>{{"folder", EntryKind::folder, EntryKind::folder},
+                                     {"file", EntryKind::file, EntryKind::file},
+                                     {"link", EntryKind::file, link},
+                                     {"dangling", {}, link},
+                                     {"loop", {}, link},
+                                     {"pipe", EntryKind::other, EntryKind::other},
+                                     {"missing", {}, {}},
+                                     {"file/below", {}, {}},
+                                     {std::string_view("file\0x", 6), {}, {}}}) {
+        EXPECT_EQ(kind(files().info(at(c.name))), c.followed) << c.name;
+        EXPECT_EQ(kind(files().linkInfo(at(c.name))), c.itself) << c.name;
+        EXPECT_EQ(files().exists(at(c.name)), c.followed.has_value()) << c.name;
+    }
+    EXPECT_FALSE(files().exists(Path()));
+    EXPECT_EQ(files().info(at("file"))->permissions, 0644U);
+    EXPECT_EQ(files().info(at("link"))->identity, files().info(at("file"))->identity);
+    EXPECT_NE(files().info(at("folder"))->identity, files().info(at("file"))->identity);
+}
+
+TEST_P(FilesContract, ReadsRegularFilesUpToASize) {
+    const std::string bytes(300'000, 'x');
+    write(at("file"), bytes);
+    write(at("empty"), "");
+    makePipe(at("pipe"));
+    EXPECT_EQ(*files().readFile(at("file"), bytes.size()), bytes);
+    EXPECT_EQ(*files().readFile(at("empty"), 0), "");
+    EXPECT_EQ(codeOf(files().readFile(at("file"), bytes.size() - 1)), EFBIG);
+    EXPECT_EQ(codeOf(files().readFile(at("pipe"), 9)), EINVAL);
+    EXPECT_EQ(codeOf(files().readFile(at(""), 9)), EISDIR);
+    EXPECT_EQ(codeOf(files().readFile(at("missing"), 9)), ENOENT);
+    EXPECT_THAT(files().readFile(at("missing"), 9).error().description,
+                ::testing::StartsWith("reading " + at("missing").str() + ": "));
+}
+
+TEST_P(FilesContract, RightsDecideWhatMayBeDone) {
+    makeFolder(at("closed"));
+    write(at("closed/file"), "");
+    write(at("plain"), "");
+    ASSERT_FALSE(files().setPermissions(at("closed"), 0555));
+    ASSERT_FALSE(files().setPermissions(at("closed/file"), 0555));
+    EXPECT_FALSE(files().isExecutable(at("plain")));
+    EXPECT_TRUE(files().isExecutable(at("closed/file")));
+    EXPECT_TRUE(files().isWritable(at("plain")));
+    EXPECT_TRUE(files().isDeletable(at("plain")));
+    for (const char* missing : {"missing", "missing/below"}) {
+        EXPECT_FALSE(files().isWritable(at(missing)));
+        EXPECT_FALSE(files().isExecutable(at(missing)));
+        EXPECT_FALSE(files().isDeletable(at(missing)));
+    }
+    if (files().isWritable(at("closed"))) GTEST_SKIP() << "this user's rights know no bounds";
+    EXPECT_FALSE(files().isDeletable(at("closed/file")));
+    EXPECT_FALSE(files().isWritable(at("closed/file")));
+    EXPECT_EQ(codeOf(files().writeFileAtomically(at("closed/new"), "")), EACCES);
+    EXPECT_EQ(codeOf(files().removeItem(at("closed/file"))), EACCES);
+    EXPECT_EQ(codeOf(files().copyItem(at("plain"), at("closed/copy"))), EACCES);
+    EXPECT_EQ(codeOf(files().moveItem(at("closed/file"), at("moved"))), EACCES);
+    EXPECT_EQ(codeOf(files().openForAppending(at("closed/file"))), EACCES);
+    ASSERT_FALSE(files().setPermissions(at("closed"), 0));
+    EXPECT_FALSE(files().openFolder(at("closed")));
+    EXPECT_EQ(codeOf(files().contentsOfFolder(at("closed"))), EACCES);
+    ASSERT_FALSE(files().setPermissions(at("closed"), 0755));
+}
+
+std::string appleDouble(std::string_view magic, char entryID, char offset,
+                        std::string_view finderInfo) {
+    std::string bytes(magic);
+    bytes += std::string("\0\2\0\0", 4) + std::string(16, ' ') + std::string("\0\2", 2);
+    bytes += std::string("\0\0\0\2\0\0\0\x52\0\0\0\0", 12);
+    bytes += std::string("\0\0\0", 3) + entryID + std::string("\0\0\0", 3) + offset;
+    bytes += std::string("\0\0\0\x20", 4);
+    return bytes + std::string(finderInfo);
+}
+
+TEST_P(FilesContract, TypeCodeStandsInTheAppleDoubleFile) {
+    const std::string_view magic("\0\5\x16\7", 4);
+    const std::string info = "FcPrKeyG" + std::string(24, '\0');
+    struct Case {
+        std::string bytes;
+        std::string code;
+    };
+    int number = 0;
+    for (const Case& c :
+         std::initializer_list<Case>{{appleDouble(magic, 9, 50, info), "FcPr"},
+                                     {appleDouble(magic, 9, 50, std::string(32, '\0')), ""},
+                                     {appleDouble("none", 9, 50, info), ""},
+                                     {appleDouble(magic, 8, 50, info), ""},
+                                     {appleDouble(magic, 9, 51, info), ""},
+                                     {appleDouble(magic, 9, 50, info).substr(0, 40), ""},
+                                     {"", ""}}) {
+        const std::string name = "file" + std::to_string(number++);
+        write(at(name), "");
+        write(at("._" + name), c.bytes);
+        EXPECT_EQ(files().typeCode(at(name)), c.code) << name;
+    }
+    EXPECT_EQ(files().typeCode(at("missing")), "");
+}
+
+TEST_P(FilesContract, TellsTheSpaceOfTheDisk) {
+    const auto space = files().diskSpace(at(""));
+    ASSERT_TRUE(space);
+    EXPECT_GT(space->free, 0U);
+    EXPECT_LE(space->free, space->total);
+    EXPECT_FALSE(files().diskSpace(at("missing")));
+}
+
+}  // namespace
+}  // namespace larkspan::testing
