@@ -115,18 +115,19 @@ class TreeCopy {
         return true;
     }
 
+    // Folders get their rights and dates when everything is in them.
     std::optional<Error> leave() {
-        const std::string doing = walk_.entry(".").doing();
         const struct stat status = levels_.back().status;
-        FileDescriptor source;
-        if (const int failed = walk_.leave(source)) return posixError(failed, doing);
         levels_.pop_back();
+        FileDescriptor source;
+        int failed = walk_.leave(source);
+        if (failed == ESTALE) return changedWhileCopied(source_);
         FileDescriptor left;
-        int failed = levels_.empty() ? 0 : targets_.leave(left);
+        if (failed == 0 && !levels_.empty()) failed = targets_.leave(left);
         const int target = levels_.empty() ? targets_.current() : left.get();
         if (failed == 0) failed = copyAttributes(calls_, source.get(), status, target);
         if (failed == 0) failed = calls_.sync(target);
-        if (failed != 0) return posixError(failed, doing);
+        if (failed != 0) return posixError(failed, source_.doing());
         steps_.push_back({});
         return {};
     }
