@@ -53,6 +53,7 @@ TEST(NotificationCenter, ManyThreadsMayPostAndObserve) {
     std::atomic<int> calls{0};
     const auto lasting = center.addObserver("a", [&](const auto&) { ++calls; });
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&] {
             for (int i = 0; i < 100; ++i) {

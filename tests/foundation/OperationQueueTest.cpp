@@ -147,6 +147,7 @@ TEST(OperationQueue, ManyThreadsMayAddAndWait) {
     int serialCount = 0;
     std::atomic<int> wideCount{0};
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&] {
             for (int i = 0; i < 200; ++i) {
