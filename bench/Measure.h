@@ -5,11 +5,12 @@
 
 namespace larkspan::bench {
 
-// Operations of larkspan-measure. Each gets what follows its name on the command line and gives
-// the exit status; wrong usage is 2.
-
-// ROOT: writes "ready" to standard error when every folder below ROOT is watched, then each changed
-// folder to standard output, one a line, ending in "/", until the process is killed.
-int measureWatch(const std::vector<std::string>& arguments);
+// Each carries out one operation and returns the program's exit status.
+int measureWatch(const std::vector<std::string>& arguments);     // ROOT
+int measureDiscover(const std::vector<std::string>& arguments);  // ROOT EXT,EXT
+int measureScan(const std::vector<std::string>& arguments);      // STORE
+int measureRescan(const std::vector<std::string>& arguments);    // STORE
+int measureVersion(const std::vector<std::string>& arguments);   // PROJECT DIR N
+int measureIdle(const std::vector<std::string>& arguments);      // ROOT
 
 }  // namespace larkspan::bench

@@ -12,6 +12,7 @@ function(larkspan_program target layer source folder)
     endif()
     add_executable(${target} ${source})
     target_link_libraries(${target} PRIVATE ${layer} larkspan_platform_linux larkspan_warnings)
+    target_compile_definitions(${target} PRIVATE LARKSPAN_VERSION="${PROJECT_VERSION}")
     set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${folder}/Contents/MacOS)
 endfunction()
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -29,6 +30,10 @@ class ObserverList {
         for (const auto& entry : present) {
             if (const auto observer = entry.lock()) (*observer)(arguments...);
         }
+    }
+
+    bool empty() const {
+        return std::ranges::all_of(entries_, [](const auto& entry) { return entry.expired(); });
     }
 
   private:

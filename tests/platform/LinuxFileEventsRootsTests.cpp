@@ -1,5 +1,5 @@
 #include "WatchScene.h"
-#include "platform/linux/MountTable.h"
+#include "platform/linux/MountWatch.h"
 
 #include <filesystem>
 #include <string>
@@ -143,13 +143,6 @@ TEST(LinuxFileEventsRoots, NoticesMounts) {
     EXPECT_TRUE(scene.sees("media/projects", rootChanged));
     EXPECT_TRUE(scene.sees("root"));
     EXPECT_TRUE(scene.watches("root/volume/covered"));
-}
-
-TEST(MountTable, ReadsMountPointsAsTheSystemWritesThem) {
-    EXPECT_EQ(parseMountPoints("36 35 98:0 /a /mnt/My\\040Disk\\134\\0 rw - ext3 /dev/x rw\n"
-                               "torn line\n"
-                               "37 35 98:1 / / rw\n"),
-              (std::vector<std::string>{"/mnt/My Disk\\\\0", "/"}));
 }
 
 }  // namespace

@@ -66,6 +66,10 @@ void FakeApplications::end(const RunningApplication& application) {
     (void)remove(application);
 }
 
+void FakeApplications::install(const std::string& bundleIdentifier, const Path& bundle) {
+    installed_.with([&](auto& installed) { installed[bundleIdentifier] = bundle; });
+}
+
 bool FakeApplications::remove(const RunningApplication& application) {
     const std::optional<Entry> removed =
         running_.with([&](std::vector<Entry>& running) -> std::optional<Entry> {

@@ -5,7 +5,7 @@
 #include "platform/linux/EventGathering.h"
 #include "platform/linux/FolderWatch.h"
 #include "platform/linux/Inotify.h"
-#include "platform/linux/MountTable.h"
+#include "platform/linux/MountWatch.h"
 #include "platform/linux/RootWatch.h"
 #include "platform/posix/FileDescriptor.h"
 
@@ -78,7 +78,7 @@ class FileEventReader {
     const FileEventsOptions options_;
     const Deliver deliver_;
     const FileDescriptor stop_;
-    const MountTable mounts_;
+    const MountWatch mounts_;
     const int napMilliseconds_;
     EventGathering gathering_;
     std::string lastProblem_;

@@ -2,55 +2,101 @@
 
 #include "foundation/Text.h"
 
+#include <algorithm>
 #include <array>
-
-#include <fcntl.h>
 
 namespace larkspan::platform {
 namespace {
 
-bool isOctal(std::string_view digits) {
-    return digits.size() == 3 && digits.find_first_not_of("01234567") == digits.npos;
+bool isOctal(char c) {
+    return c >= '0' && c <= '7';
 }
 
-// Spaces and the like stand as a backslash and three octal digits.
+// Spaces and the like stand as a backslash and three octal digits, in both tables.
 std::string unescaped(std::string_view text) {
-    std::string plain;
+    std::string result;
     for (size_t at = 0; at < text.size(); ++at) {
-        const std::string_view digits = text.substr(at + 1, 3);
-        if (text[at] != '\\' || !isOctal(digits)) {
-            plain += text[at];
+        const bool escape = text[at] == '\\' && at + 3 < text.size() && isOctal(text[at + 1]) &&
+                            isOctal(text[at + 2]) && isOctal(text[at + 3]);
+        if (!escape) {
+            result.push_back(text[at]);
             continue;
         }
-        plain +=
-            static_cast<char>((digits[0] - '0') * 64 + (digits[1] - '0') * 8 + (digits[2] - '0'));
+        const int code =
+            (text[at + 1] - '0') * 64 + (text[at + 2] - '0') * 8 + (text[at + 3] - '0');
+        result.push_back(static_cast<char>(code));
         at += 3;
     }
-    return plain;
+    return result;
+}
+
+std::vector<std::string> fieldsOf(std::string line) {
+    std::ranges::replace(line, '\t', ' ');
+    std::vector<std::string> fields = split(trimmed(line), ' ');
+    std::erase(fields, "");
+    return fields;
+}
+
+Path withoutSlashAtEnd(const Path& path) {
+    return path / "";
+}
+
+bool isNetworkType(std::string_view type) {
+    if (type.starts_with("fuse.")) type.remove_prefix(5);
+    constexpr auto types = std::to_array<std::string_view>(
+        {"nfs",    "nfs4", "cifs",   "smb3", "smbfs",      "sshfs",    "curlftpfs", "davfs",
+         "davfs2", "9p",   "afs",    "ceph", "glusterfs",  "gpfs",     "lustre",    "beegfs",
+         "ncpfs",  "coda", "rclone", "s3fs", "gvfsd-fuse", "orangefs", "moosefs"});
+    return std::ranges::find(types, type) != types.end();
+}
+
+bool liesBelowOneOf(const std::vector<Path>& folders, const Path& point) {
+    return std::ranges::any_of(folders, [&](const Path& folder) {
+        return point.isWithin(folder) && !folder.isWithin(point);
+    });
 }
 
 }  // namespace
 
-std::vector<std::string> parseMountPoints(std::string_view mountInfo) {
-    constexpr size_t mountPointField = 4;
-    std::vector<std::string> points;
-    for (const std::string& line : split(mountInfo, '\n')) {
+std::vector<Mount> parseMountTable(std::string_view mountinfo) {
+    // Id, parent, device, root, mount point, options, any number of further ones, "-", type,
+    // source, options of the file system.
+    constexpr size_t rootField = 3;
+    constexpr size_t pointField = 4;
+    constexpr size_t firstOptionalField = 6;
+    std::vector<Mount> mounts;
+    for (const std::string& line : split(mountinfo, '\n')) {
         const std::vector<std::string> fields = split(line, ' ');
-        if (fields.size() > mountPointField) points.push_back(unescaped(fields[mountPointField]));
+        if (fields.size() <= firstOptionalField) continue;
+        const auto dash = std::find(fields.begin() + firstOptionalField, fields.end(), "-");
+        if (fields.end() - dash < 3) continue;
+        mounts.push_back({.point = Path(unescaped(fields[pointField])),
+                          .root = Path(unescaped(fields[rootField])),
+                          .type = unescaped(dash[1]),
+                          .source = unescaped(dash[2])});
+    }
+    return mounts;
+}
+
+std::vector<Path> parseConfiguredMountPoints(std::string_view fstab) {
+    std::vector<Path> points;
+    for (const std::string& line : split(fstab, '\n')) {
+        const std::vector<std::string> fields = fieldsOf(line);
+        if (fields.size() < 2 || fields[0].starts_with('#')) continue;
+        const Path point = withoutSlashAtEnd(Path(unescaped(fields[1])));
+        // Swap space has "none" for a mount point.
+        if (point.isAbsolute() && point != Path("/")) points.push_back(point);
     }
     return points;
 }
 
-MountTable::MountTable() : table_(::open("/proc/thread-self/mountinfo", O_RDONLY | O_CLOEXEC)) {}
-
-std::vector<std::string> MountTable::mountPoints() const {
-    std::string text;
-    std::array<char, 4096> buffer;
-    if (!table_ || ::lseek(table_.get(), 0, SEEK_SET) != 0) return {};
-    for (ssize_t got = 0; (got = ::read(table_.get(), buffer.data(), buffer.size())) > 0;) {
-        text.append(buffer.data(), static_cast<size_t>(got));
-    }
-    return parseMountPoints(text);
+MountKind kindOfMount(const Mount& mount, const std::vector<Path>& volumesFolders) {
+    if (isNetworkType(mount.type)) return MountKind::network;
+    // A part of a file system that is mounted once more is no volume of its own; subvolumes are.
+    if (mount.root != Path("/") && mount.type != "btrfs") return MountKind::system;
+    const bool onDevice = mount.source.starts_with("/dev/") || mount.type == "zfs";
+    if (onDevice && mount.type != "squashfs" && mount.type != "devtmpfs") return MountKind::local;
+    return liesBelowOneOf(volumesFolders, mount.point) ? MountKind::local : MountKind::system;
 }
 
 }  // namespace larkspan::platform

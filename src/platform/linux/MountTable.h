@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/posix/FileDescriptor.h"
+#include "foundation/Path.h"
 
 #include <string>
 #include <string_view>
@@ -8,22 +8,25 @@
 
 namespace larkspan::platform {
 
-// The mount points in a text of the form of /proc/self/mountinfo.
-std::vector<std::string> parseMountPoints(std::string_view mountInfo);
-
-// What is mounted as the calling thread sees it. One thread at a time.
-class MountTable {
-  public:
-    MountTable();
-
-    // Reports an exceptional condition (POLLPRI) whenever something is mounted or unmounted; -1
-    // when the system has no such table.
-    int descriptor() const { return table_.get(); }
-
-    std::vector<std::string> mountPoints() const;
-
-  private:
-    FileDescriptor table_;
+// A line of /proc/self/mountinfo.
+struct Mount {
+    Path point;
+    Path root;  // the folder of the file system that is seen there, "/" for all of it
+    std::string type;
+    std::string source;  // a device, or whatever the file system calls its origin
 };
+
+// In the order in which they were mounted. Lines that make no sense are left out.
+std::vector<Mount> parseMountTable(std::string_view mountinfo);
+
+// The mount points that a configuration like /etc/fstab names, but the root.
+std::vector<Path> parseConfiguredMountPoints(std::string_view fstab);
+
+enum class MountKind {
+    local,    // on a device of this machine, or something a user put under a volumes folder
+    network,  // on another machine
+    system,   // the system's own: /proc, /sys, packages mounted as images, single files and folders
+};
+MountKind kindOfMount(const Mount& mount, const std::vector<Path>& volumesFolders);
 
 }  // namespace larkspan::platform

@@ -23,6 +23,14 @@ bool belongsTo(int processID, unsigned userID) {
     return ::stat(processFolder(processID).c_str(), &facts) == 0 && facts.st_uid == userID;
 }
 
+long long startOfMachine() {
+    constexpr std::string_view key = "btime ";
+    for (const std::string& line : split(readSmallFile(Path("/proc/stat")).value_or(""), '\n')) {
+        if (line.starts_with(key)) return integerValue(line.substr(key.size()));
+    }
+    return 0;
+}
+
 }  // namespace
 
 std::vector<int> processIDsOfUser(unsigned userID) {
@@ -56,10 +64,7 @@ std::optional<std::uint64_t> startTicksOfProcess(int processID) {
 }
 
 Date dateFromStartTicks(std::uint64_t ticks) {
-    long long machineStart = 0;
-    for (const std::string& line : split(readSmallFile(Path("/proc/stat")).value_or(""), '\n')) {
-        if (line.starts_with("btime ")) machineStart = integerValue(line.substr(6));
-    }
+    static const long long machineStart = startOfMachine();
     constexpr std::uint64_t nanosecondsPerSecond = 1'000'000'000;
     const auto perSecond = static_cast<std::uint64_t>(::sysconf(_SC_CLK_TCK));
     const std::uint64_t fraction = ticks % perSecond * nanosecondsPerSecond / perSecond;

@@ -21,7 +21,8 @@ std::optional<Path> executableOfProcess(int processID);
 // one process for good. Empty when it is gone.
 std::optional<std::uint64_t> startTicksOfProcess(int processID);
 
-// The moment that many clock ticks after the machine was started.
+// The moment that many clock ticks after the machine was started. Equal ticks give equal dates as
+// long as this process runs, also when the time of day is set meanwhile.
 Date dateFromStartTicks(std::uint64_t ticks);
 
 }  // namespace larkspan::platform

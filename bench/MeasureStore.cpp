@@ -1,0 +1,58 @@
+#include "Measure.h"
+#include "TemporaryHome.h"
+#include "app/FolderScan.h"
+#include "app/WatchConfiguration.h"
+#include "backup/ZBLarkspanBackup.h"
+#include "foundation/Text.h"
+#include "kit/ZBLog.h"
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+
+namespace larkspan::bench {
+
+int measureDiscover(const std::vector<std::string>& arguments) {
+    TemporaryHome home({});
+    const TypeList types(typeList(arguments[1]));
+    const std::unordered_set<Path> known;
+    FolderScan scan(
+        types, known, [](const Path& project) { (void)std::puts(project.c_str()); },
+        [](const Path&) {});
+    scan.scan(Path(arguments[0]));
+    return EXIT_SUCCESS;
+}
+
+int measureScan(const std::vector<std::string>& arguments) {
+    TemporaryHome home({{"storagePath", arguments[0]}});
+    ZBLog::createNewLog();
+    ZBLarkspanBackup engine;
+    engine.processProjects();
+    return EXIT_SUCCESS;
+}
+
+int measureRescan(const std::vector<std::string>& arguments) {
+    TemporaryHome home({{"storagePath", arguments[0]}});
+    ZBLog::createNewLog();
+    ZBLarkspanBackup engine;
+    engine.processProjects();
+    const auto start = std::chrono::steady_clock::now();
+    engine.processProjects();
+    const std::chrono::duration<double, std::milli> passed =
+        std::chrono::steady_clock::now() - start;
+    (void)std::printf("ms %.1f\n", passed.count());
+    return EXIT_SUCCESS;
+}
+
+int measureVersion(const std::vector<std::string>& arguments) {
+    TemporaryHome home({});
+    ZBLog::createNewLog();
+    ZBLarkspanBackup engine;
+    const auto error = engine.backupProjectFile(Path(arguments[0]), Path(arguments[1]),
+                                                VersionNumber{integerValue(arguments[2])});
+    if (!error) return EXIT_SUCCESS;
+    (void)std::fprintf(stderr, "%s\n", error->description.c_str());
+    return EXIT_FAILURE;
+}
+
+}  // namespace larkspan::bench

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "platform/Platform.h"
+#include "platform/fake/FakeApplications.h"
+#include "platform/fake/FakeBundles.h"
+#include "platform/fake/FakeClock.h"
+#include "platform/fake/FakeConnections.h"
+#include "platform/fake/FakeConsole.h"
+#include "platform/fake/FakeFileEvents.h"
+#include "platform/fake/FakeFiles.h"
+#include "platform/fake/FakeMachine.h"
+#include "platform/fake/FakeMainThread.h"
+#include "platform/fake/FakeProcesses.h"
+#include "platform/fake/FakeSessionEvents.h"
+#include "platform/fake/FakeStandardPlaces.h"
+#include "platform/fake/FakeUserNotifications.h"
+#include "platform/fake/FakeVolumes.h"
+#include "platform/fake/FaultyFiles.h"
+
+namespace larkspan::platform {
+
+// All services, in memory. The program sees the files through `faults`, which hand everything on
+// until a test tells them to refuse something.
+struct FakePlatform {
+    FakeClock clock;
+    FakeMainThread mainThread{clock};
+    FakeConsole console;
+    FakeMachine machine;
+    FakeFiles files{clock};
+    FaultyFiles faults{files};
+    FakeStandardPlaces places;
+    FakeBundles bundles;
+    FakeProcesses processes;
+    FakeApplications applications;
+    FakeVolumes volumes;
+    FakeSessionEvents sessionEvents;
+    FakeUserNotifications userNotifications;
+    FakeConnections connections{mainThread};
+    FakeFileEvents fileEvents{mainThread};
+
+    Platform& platform() { return platform_; }
+
+  private:
+    Platform platform_{.applications = applications,
+                       .bundles = bundles,
+                       .clock = clock,
+                       .connections = connections,
+                       .console = console,
+                       .fileEvents = fileEvents,
+                       .files = faults,
+                       .machine = machine,
+                       .mainThread = mainThread,
+                       .processes = processes,
+                       .sessionEvents = sessionEvents,
+                       .places = places,
+                       .userNotifications = userNotifications,
+                       .volumes = volumes};
+};
+
+}  // namespace larkspan::platform

@@ -1,0 +1,74 @@
+#include "platform/linux/LinuxPlatform.h"
+
+#include "platform/linux/LinuxApplications.h"
+#include "platform/linux/LinuxBundles.h"
+#include "platform/linux/LinuxConnections.h"
+#include "platform/linux/LinuxFileEvents.h"
+#include "platform/linux/LinuxFiles.h"
+#include "platform/linux/LinuxMachine.h"
+#include "platform/linux/LinuxProcesses.h"
+#include "platform/linux/LinuxSessionEvents.h"
+#include "platform/linux/LinuxStandardPlaces.h"
+#include "platform/linux/LinuxUserNotifications.h"
+#include "platform/linux/LinuxVolumes.h"
+#include "platform/posix/StandardStreams.h"
+#include "platform/posix/SystemClock.h"
+
+namespace larkspan::platform {
+
+struct LinuxPlatform::Services {
+    explicit Services(ReportProblem report) : reportProblem(std::move(report)) {
+        if (!reportProblem) {
+            reportProblem = [this](const std::string& problem) { console.report(problem); };
+        }
+    }
+
+    ReportProblem reportProblem;
+    LinuxMainThread mainThread;
+    SystemClock clock;
+    StandardStreams console;
+    LinuxMachine machine;
+    LinuxFiles files;
+    LinuxStandardPlaces places;
+    LinuxBundles bundles;
+    LinuxProcesses processes;
+    LinuxApplications applications{mainThread, bundles, places};
+    LinuxVolumes volumes{mainThread, places};
+    LinuxSessionEvents sessionEvents{mainThread};
+    LinuxUserNotifications userNotifications;
+    LinuxConnections connections{mainThread};
+    LinuxFileEvents fileEvents{mainThread, fileEventsOptions()};
+    Platform platform{.applications = applications,
+                      .bundles = bundles,
+                      .clock = clock,
+                      .connections = connections,
+                      .console = console,
+                      .fileEvents = fileEvents,
+                      .files = files,
+                      .machine = machine,
+                      .mainThread = mainThread,
+                      .processes = processes,
+                      .sessionEvents = sessionEvents,
+                      .places = places,
+                      .userNotifications = userNotifications,
+                      .volumes = volumes};
+
+    FileEventsOptions fileEventsOptions() {
+        FileEventsOptions options;
+        options.reportProblem = [this](const std::string& problem) { reportProblem(problem); };
+        return options;
+    }
+};
+
+LinuxPlatform::LinuxPlatform(ReportProblem reportProblem)
+    : services_(std::make_unique<Services>(std::move(reportProblem))) {}
+LinuxPlatform::~LinuxPlatform() = default;
+
+Platform& LinuxPlatform::platform() {
+    return services_->platform;
+}
+LinuxMainThread& LinuxPlatform::mainThread() {
+    return services_->mainThread;
+}
+
+}  // namespace larkspan::platform

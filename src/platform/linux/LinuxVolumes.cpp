@@ -1,0 +1,105 @@
+#include "platform/linux/LinuxVolumes.h"
+
+#include "platform/posix/SmallFile.h"
+
+#include <algorithm>
+#include <cassert>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+
+namespace larkspan::platform {
+namespace {
+
+// The longest of the folders that the path lies in; empty when it lies in none.
+Path longestAround(const std::vector<Path>& folders, const Path& path) {
+    Path longest;
+    for (const Path& folder : folders) {
+        const bool isLonger = folder.str().size() > longest.str().size();
+        if (isLonger && path.isWithin(folder)) longest = folder;
+    }
+    return longest;
+}
+
+// With the links in its existing part followed.
+Path resolved(const Path& path) {
+    std::error_code error;
+    const auto target = std::filesystem::weakly_canonical(path.str(), error);
+    return error ? path : Path(target.string());
+}
+
+}  // namespace
+
+LinuxVolumes::LinuxVolumes(LinuxMainThread& mainThread, StandardPlaces& places,
+                           VolumesTables tables)
+    : mainThread_(mainThread), places_(places), tables_(std::move(tables)) {}
+
+std::vector<Path> LinuxVolumes::volumesFolders() {
+    std::string user = places_.userName();
+    if (places_.userID() == 0) user = places_.consoleUser().value_or(user);
+    return {Path("/Volumes"), Path("/media") / user, Path("/run/media") / user, Path("/mnt")};
+}
+
+std::vector<Mount> LinuxVolumes::mounts() const {
+    constexpr size_t largest = 16UL * 1024 * 1024;
+    return parseMountTable(readSmallFile(tables_.mounts, largest).value_or(std::string()));
+}
+
+std::vector<Path> LinuxVolumes::mountedLocalVolumes() {
+    const std::vector<Path> folders = volumesFolders();
+    std::set<Path> points;
+    for (const Mount& mount : mounts()) {
+        if (kindOfMount(mount, folders) == MountKind::local) points.insert(mount.point);
+    }
+    return {points.begin(), points.end()};
+}
+
+bool LinuxVolumes::isOnUnmountedVolume(const Path& path) {
+    const std::vector<Path> configured =
+        parseConfiguredMountPoints(readSmallFile(tables_.configuration).value_or(std::string()));
+    if (configured.empty()) return false;
+    const std::vector<Mount> mounted = mounts();
+    const auto isMissing = [&](const Path& below) {
+        const Path point = longestAround(configured, below);
+        // Mounted, or something deeper on the way to the path is.
+        return !point.empty() && std::ranges::none_of(mounted, [&](const Mount& mount) {
+            return mount.point.isWithin(point) && below.isWithin(mount.point);
+        });
+    };
+    return isMissing(path) || isMissing(resolved(path));
+}
+
+std::set<Path> LinuxVolumes::volumes() {
+    const std::vector<Path> folders = volumesFolders();
+    std::set<Path> points;
+    for (const Mount& mount : mounts()) {
+        if (kindOfMount(mount, folders) != MountKind::system) points.insert(mount.point);
+    }
+    return points;
+}
+
+std::unique_ptr<Volumes::Observation> LinuxVolumes::observeMounts(MountObserver observer) {
+    assert(mainThread_.isCurrent());
+    if (!watch_) {
+        // The kernel tells each opening of the table of the changes since its last poll.
+        table_.reset(::open(tables_.mounts.c_str(), O_RDONLY | O_CLOEXEC));
+        known_ = volumes();
+        if (table_) {
+            watch_ =
+                mainThread_.watchDescriptorForPriority(table_.get(), [this] { mountsChanged(); });
+        }
+    }
+    return observers_.add(std::move(observer));
+}
+
+void LinuxVolumes::mountsChanged() {
+    std::set<Path> now = volumes();
+    std::vector<Path> added;
+    std::ranges::set_difference(now, known_, std::back_inserter(added));
+    known_ = std::move(now);
+    for (const Path& point : added) observers_.notify(point);
+}
+
+}  // namespace larkspan::platform

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/posix/FileDescriptor.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace larkspan::platform {
+
+// What is mounted as the calling thread sees it. One thread at a time.
+class MountWatch {
+  public:
+    MountWatch();
+
+    // Reports an exceptional condition (POLLPRI) whenever something is mounted or unmounted; -1
+    // when the system has no such table.
+    int descriptor() const { return table_.get(); }
+
+    std::vector<std::string> mountPoints() const;
+
+  private:
+    FileDescriptor table_;
+};
+
+}  // namespace larkspan::platform

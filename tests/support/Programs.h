@@ -1,0 +1,71 @@
+#pragma once
+
+#include "foundation/Date.h"
+#include "foundation/Path.h"
+#include "platform/Processes.h"
+#include "support/TemporaryFolder.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace larkspan::testing {
+
+struct ProgramResult {
+    int status = -1;
+    std::string output;
+    std::string error;
+};
+
+// The built programs in a home folder of their own.
+class Programs {
+  public:
+    explicit Programs(platform::Processes& processes);
+    // Kills the helpers that still run.
+    ~Programs();
+    Programs(const Programs&) = delete;
+    Programs& operator=(const Programs&) = delete;
+
+    const Path& home() const { return home_; }
+    const Path& work() const { return work_; }  // a folder for projects
+    Path library() const { return home_ / ".local/share/larkspan"; }
+    Path store() const { return library() / "Application Support/Corvane/Larkspan/Projects"; }
+
+    // Runs the front-end to its end.
+    ProgramResult larkspan(const std::vector<std::string>& arguments) const;
+    // Runs a program of the bundle, or any other, to its end.
+    ProgramResult run(const Path& program, const std::vector<std::string>& arguments) const;
+    // Starts a helper and waits until its connection answers.
+    std::shared_ptr<platform::Process> startHelper();
+    // Starts a helper without waiting for anything.
+    std::shared_ptr<platform::Process> launchHelper(const std::vector<std::string>& arguments = {});
+
+    static Path helperProgram();
+    static Path frontEndProgram();
+
+    // Every version in the store, as "ID/NAME", by project file name. Hidden names are left out.
+    std::map<std::string, std::vector<Path>> versions() const;
+    // Waits until a project has that many versions; false after 40 seconds.
+    bool waitForVersions(const std::string& baseName, size_t count) const;
+    std::string log() const;
+
+  private:
+    platform::LaunchRequest request(const Path& program,
+                                    const std::vector<std::string>& arguments) const;
+
+    platform::Processes& processes_;
+    TemporaryFolder folder_;
+    Path home_;
+    Path work_;
+    std::vector<std::shared_ptr<platform::Process>> helpers_;
+};
+
+// Waits for a condition, looking again every few milliseconds; false at the deadline.
+bool waitFor(const std::function<bool()>& condition, Seconds deadline = std::chrono::seconds(40));
+
+std::string readWhole(const Path& file);
+void writeWhole(const Path& file, std::string_view content);
+
+}  // namespace larkspan::testing
