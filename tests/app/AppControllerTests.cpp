@@ -13,6 +13,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::StartsWith;
+using ::testing::UnorderedElementsAre;
 using namespace std::chrono_literals;
 
 class AppControllerTest : public testing::StoreTest {
@@ -20,6 +21,7 @@ class AppControllerTest : public testing::StoreTest {
     AppControllerTest() {
         setPreferences(preferences);
         save(Path("/Work/Cut.fcp"), "one", 1h);
+        fake.applications.startSelf("com.corvane.LarkspanHelper");
     }
     void launch() { delegate.applicationDidFinishLaunching(); }
     AppController& controller() { return *delegate.controller(); }
@@ -49,11 +51,12 @@ TEST_F(AppControllerTest, StartsWatchesAndScans) {
     EXPECT_EQ(ZBFSEvents::sharedController().watchPaths(), std::vector{Path("/Work")});
     EXPECT_EQ(controller().backupController().projects().size(), 1U);
     EXPECT_THAT(fake.mainThread.timerIntervals(), ElementsAre(Seconds(630)));
-    EXPECT_THAT(loggedLines(),
-                ElementsAre("Currently running instances: 1", "Setting up...",
-                            "Watch paths: (\"/Work\")", "Beginning scheduled backup...",
-                            "Backup interval: 630", "Processing projects...", "No projects found",
-                            StartsWith("Populating projects from folders: ")));
+    EXPECT_THAT(
+        loggedLines(),
+        UnorderedElementsAre("Currently running instances: 1", "Setting up...",
+                             "Watch paths: (\"/Work\")", "Beginning scheduled backup...",
+                             "Backup interval: 630", "Processing projects...", "No projects found",
+                             StartsWith("Populating projects from folders: ")));
 }
 
 TEST_F(AppControllerTest, AChangeBecomesAVersion) {
@@ -146,13 +149,14 @@ TEST_F(AppControllerTest, ServesItsCommandsAndFacts) {
 }
 
 TEST_F(AppControllerTest, EndsOlderInstancesOnly) {
-    const auto older = fake.applications.start("com.corvane.LarkspanHelper");
+    const auto first = fake.applications.start("com.corvane.LarkspanHelper");
+    fake.applications.end({.processID = platform::FakeApplications::ownProcessID});
     fake.applications.startSelf("com.corvane.LarkspanHelper");
     const auto newer = fake.applications.start("com.corvane.LarkspanHelper");
     launch();
     const auto ended = fake.applications.forceTerminated();
     ASSERT_EQ(ended.size(), 1U);
-    EXPECT_EQ(ended[0].processID, older.processID);
+    EXPECT_EQ(ended[0].processID, first.processID);
     EXPECT_NE(ended[0].processID, newer.processID);
     finishRuns();
     const auto lines = loggedLines();

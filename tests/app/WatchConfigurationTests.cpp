@@ -64,11 +64,11 @@ TEST(WatchConfiguration, BuildsTheWatchList) {
 }
 
 TEST(WatchConfiguration, ChoosesTheFoldersOfADiscoveryRun) {
-    const auto watched = folders({"/W", "/V"});
+    const auto watched = folders({"/W", "/U"});
     const auto drive = folders({"Projects", ""});
     const auto volumes = paths({"/Volumes/A", "/Volumes/B"});
     EXPECT_EQ(discoveryFolders(watched, drive, volumes, std::nullopt),
-              folders({"/W", "/V", "/Volumes/A/Projects", "/Volumes/B/Projects"}));
+              folders({"/W", "/U", "/Volumes/A/Projects", "/Volumes/B/Projects"}));
     EXPECT_EQ(discoveryFolders(watched, drive, volumes, Path("/W/Film/")), folders({"/W"}));
     EXPECT_EQ(discoveryFolders(watched, drive, volumes, Path("/Workshop/")), folders({"/W"}));
     EXPECT_THAT(discoveryFolders(watched, drive, volumes, Path("/Volumes/A")), IsEmpty());

@@ -61,6 +61,8 @@ TEST_F(HelperTest, EverySaveBecomesTheNextVersion) {
     watchWork();
     const auto helper = programs.startHelper();
     const Path project = programs.work() / "new folder/My \"Cut\" 100%.fcp";
+    writeWhole(project, "found");
+    ASSERT_TRUE(programs.waitForProjects(1)) << programs.log();
     writeWhole(project, "one");
     ASSERT_TRUE(programs.waitForVersions("My \"Cut\" 100%", 1)) << programs.log();
     expectNewestEquals("My \"Cut\" 100%", project);
@@ -121,7 +123,9 @@ TEST_F(HelperTest, OfManyStartedTogetherOneIsLeft) {
     const Path project = programs.work() / "Cut.fcp";
     EXPECT_TRUE(waitFor([&] { return programs.larkspan({"scan", "--wait"}).status == 0; }));
     writeWhole(project, "content");
-    EXPECT_TRUE(programs.waitForVersions("Cut", 1)) << programs.log();
+    EXPECT_TRUE(programs.waitForProjects(1)) << programs.log();
+    EXPECT_EQ(programs.larkspan({"scan", "--wait"}).status, 0);
+    EXPECT_EQ(programs.versions()["Cut"].size(), 1U) << programs.log();
     EXPECT_EQ(running(), 1);
 }
 
@@ -178,6 +182,8 @@ TEST_F(HelperTest, AWatchFolderMayGoAndComeBack) {
     fs::remove_all(programs.work().str());
     fs::create_directories(programs.work().str());
     const Path project = programs.work() / "Cut.fcp";
+    writeWhole(project, "found");
+    ASSERT_TRUE(programs.waitForProjects(1)) << programs.log();
     writeWhole(project, "back again");
     ASSERT_TRUE(programs.waitForVersions("Cut", 1)) << programs.log();
     expectNewestEquals("Cut", project);

@@ -109,6 +109,17 @@ std::map<std::string, std::vector<Path>> Programs::versions() const {
     return found;
 }
 
+bool Programs::waitForProjects(size_t count) const {
+    return waitFor([&] {
+        size_t registered = 0;
+        std::error_code ignored;
+        for (const auto& project : fs::directory_iterator(store().str(), ignored)) {
+            if (fs::exists(project.path() / "Settings.plist")) ++registered;
+        }
+        return registered >= count;
+    });
+}
+
 bool Programs::waitForVersions(const std::string& baseName, size_t count) const {
     return waitFor([&] { return versions()[baseName].size() >= count; });
 }

@@ -17,6 +17,11 @@ namespace larkspan::testing {
 // A test on a platform of its own that nothing outside can see, with a log of its own.
 class FakePlatformTest : public ::testing::Test {
   protected:
+    FakePlatformTest() {
+        Value::Dictionary info = *fake.bundles.main.info.dictionary();
+        info["CFBundleVersion"] = "0.1";
+        fake.bundles.main.info = Value(info);
+    }
     ~FakePlatformTest() override { ZBLog::discardSharedController(); }
 
     void writeFile(const Path& path, std::string_view content) {

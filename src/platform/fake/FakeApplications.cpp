@@ -57,7 +57,7 @@ RunningApplication FakeApplications::add(const std::string& bundleIdentifier, in
         .processID = processID,
         .bundleIdentifier = bundleIdentifier,
         .executable = Path("/Applications") / (bundleIdentifier + ".app/Contents/MacOS/program"),
-        .started = dateFromUnixTime(1'700'000'000 + processID)};
+        .started = dateFromUnixTime(1'700'000'000 + started_++)};
     running_.with([&](auto& running) { running.push_back({.application = application}); });
     return application;
 }

@@ -22,7 +22,7 @@ class FakeApplications final : public Applications {
     std::unique_ptr<Observation> observeTerminations(TerminationObserver observer) override;
     void lookForApplications() override;
 
-    // Starts an application; process ids are given out from 101 on. The start times follow them.
+    // Starts an application, later than those before; process ids are given out from 101 on.
     RunningApplication start(const std::string& bundleIdentifier);
     // Makes this process an application.
     void startSelf(const std::string& bundleIdentifier);
@@ -47,6 +47,7 @@ class FakeApplications final : public Applications {
     Guarded<std::map<std::string, Path>> installed_;
     ObserverList<Observation, const RunningApplication&> observers_;
     int lastProcessID_ = ownProcessID;
+    int started_ = 0;
     bool isProtected_ = false;
 };
 
