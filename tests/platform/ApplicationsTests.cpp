@@ -225,8 +225,8 @@ TEST_F(LinuxApplicationsTests, BundlesOneFolderDownAreFoundAndTheOnesAroundThePr
 }
 
 TEST_F(LinuxApplicationsTests, ManyThatEndAtOnceAreAllReported) {
-    std::vector<RunningApplication> applications;
-    for (int count = 0; count < 5; ++count) applications.push_back(scene.start(editorID));
+    std::vector<RunningApplication> applications(5);
+    for (RunningApplication& application : applications) application = scene.start(editorID);
     size_t ended = 0;
     const auto observation =
         scene.applications.observeTerminations([&](const RunningApplication&) { ++ended; });

@@ -74,7 +74,7 @@ std::string LinuxApplications::identifierOfBundle(const Path& bundle) {
         return current ? std::optional(found->second.identifier) : std::nullopt;
     });
     if (known) return *known;
-    const std::string identifier = readBundle(bundle).identifier();
+    std::string identifier = readBundle(bundle).identifier();
     identifiers_.with([&](auto& identifiers) {
         constexpr size_t most = 1000;  // bundles that come and go must not pile up
         if (identifiers.size() >= most) identifiers.clear();
