@@ -146,9 +146,9 @@ TEST(LinuxFileEventsLimits, EndsAmidALookAtAHugeTree) {
         return inotify_add_watch(descriptor, path, mask);
     };
     WatchScene scene(options);
-    constexpr int folders = 2000;
+    constexpr int folders = 200;
     for (int folder = 0; folder < folders; ++folder) {
-        scene.makeFolder("outside/" + std::to_string(folder / 10) + "/" + std::to_string(folder));
+        scene.makeFolder("outside/" + std::to_string(folder));
     }
     scene.start();
     slow = true;
@@ -158,7 +158,7 @@ TEST(LinuxFileEventsLimits, EndsAmidALookAtAHugeTree) {
     EXPECT_LT(slowWatches, folders / 2);
     slow = false;
     scene.start();
-    EXPECT_TRUE(scene.watches("root/inside/0/9"));
+    EXPECT_TRUE(scene.watches("root/inside/9"));
 }
 
 }  // namespace

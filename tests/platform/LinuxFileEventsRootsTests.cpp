@@ -21,31 +21,42 @@ void link(WatchScene& scene, const std::string& target, const std::string& name)
 
 TEST(LinuxFileEventsRoots, ReportsUnderThePathThatWasGiven) {
     WatchScene scene;
-    scene.makeFolder("root/sub");
-    link(scene, "root", "link");
-    scene.start({"link", "root"});
-    EXPECT_TRUE(scene.watches("link/sub"));
-    EXPECT_FALSE(scene.hasSeen("root/sub"));
+    scene.makeFolder("root/sub/deep");
+    link(scene, "root/sub", "link");
+    scene.start({"link", "root/sub", "root"});
+    EXPECT_TRUE(scene.watches("link/deep"));
+    EXPECT_FALSE(scene.hasSeen("root/sub/deep"));
     EXPECT_TRUE(scene.root(1).watched);
 
-    // Without the link the later root takes over.
+    // Without the link the later roots take over.
     scene.remove("link");
     EXPECT_TRUE(scene.sees("link", rootChanged));
-    EXPECT_TRUE(scene.watches("root/sub"));
+    EXPECT_TRUE(scene.watches("root/sub/deep"));
     EXPECT_FALSE(scene.root(0).watched);
 
-    scene.makeFolder("other/sub");
+    scene.makeFolder("other/deep");
     link(scene, "other", "link");
     EXPECT_TRUE(scene.sees("link", rootChanged));
-    EXPECT_TRUE(scene.watches("link/sub"));
+    EXPECT_TRUE(scene.watches("link/deep"));
 
     // Another link in the place of this one.
     link(scene, "root", "new link");
     ASSERT_TRUE(scene.forget());
     scene.rename("new link", "link");
     EXPECT_TRUE(scene.sees("link", rootChanged));
-    scene.changeIn("root/sub");
-    EXPECT_TRUE(scene.sees("link/sub"));
+    scene.changeIn("root/sub/deep");
+    EXPECT_TRUE(scene.sees("link/sub/deep"));
+}
+
+TEST(LinuxFileEventsRoots, ALaterRootKeepsWhatAnEarlierOneLeaves) {
+    WatchScene scene;
+    scene.makeFolder("root/sub/deep");
+    link(scene, "root/sub", "link");
+    scene.start({"link", "root"});
+    EXPECT_TRUE(scene.watches("link/deep"));
+    scene.remove("link");
+    EXPECT_TRUE(scene.sees("link", rootChanged));
+    EXPECT_TRUE(scene.watches("root/sub/deep"));
 }
 
 TEST(LinuxFileEventsRoots, PicksUpWhatAppears) {

@@ -1,5 +1,6 @@
 #include "WatchScene.h"
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -83,9 +84,13 @@ TEST(LinuxFileEvents, FollowsFoldersThatMove) {
     EXPECT_TRUE(scene.watches("root/a/back/sub/deep"));
 }
 
-// Whatever happened to the folders, in the end each is watched under the name that it has.
+// Whatever happened to the folders, in the end each is watched under the name that it has: when
+// events are read while it goes on, and when they are read only afterwards.
 TEST(LinuxFileEvents, KnowsEveryFolderAfterAStormOfMoves) {
-    WatchScene scene;
+    std::atomic<bool> blocked{false};
+    FileEventsOptions options;
+    options.beforeReading = [&] { blocked.wait(true); };
+    WatchScene scene(options);
     scene.makeFolder("root/inner");
     scene.makeFolder("outside");
     scene.start({"root/inner", "root"});
@@ -94,7 +99,8 @@ TEST(LinuxFileEvents, KnowsEveryFolderAfterAStormOfMoves) {
         const char* const places[] = {"root/", "root/inner/", "outside/", "root/0/", "root/1/0/"};
         return places[random() % std::size(places)] + std::to_string(random() % 3);
     };
-    for (int round = 0; round < 8; ++round) {
+    for (int round = 0; round < 16; ++round) {
+        blocked = round % 2 == 0;
         for (int step = 0; step < 60; ++step) {
             std::error_code ignored;
             const std::string item = scene.path(place()).str();
@@ -110,6 +116,8 @@ TEST(LinuxFileEvents, KnowsEveryFolderAfterAStormOfMoves) {
                     fs::remove_all(item, ignored);
             }
         }
+        blocked = false;
+        blocked.notify_all();
         ASSERT_TRUE(scene.forget());
         std::vector<std::string> folders{"root", "root/inner"};
         const std::string top = scene.path("").str() + '/';
@@ -120,7 +128,9 @@ TEST(LinuxFileEvents, KnowsEveryFolderAfterAStormOfMoves) {
         }
         for (const std::string& folder : folders) scene.changeIn(folder);
         ASSERT_TRUE(scene.settle());
-        for (const std::string& folder : folders) EXPECT_TRUE(scene.hasSeen(folder)) << folder;
+        for (const std::string& folder : folders) {
+            EXPECT_TRUE(scene.hasSeen(folder)) << folder << " in round " << round;
+        }
     }
 }
 

@@ -188,7 +188,7 @@ void FolderWatch::list(int folder, FolderListing& listing) {
     std::string entry;
     const int error = listing.list(path, [&](int, const char* name, FolderListing::Kind kind) {
         // Where the file system does not tell, the watch does: it refuses all but folders.
-        if (kind == FolderListing::Kind::other) return;
+        if (kind == FolderListing::Kind::other || reports_.stopping()) return;
         if (entry.empty()) entry.assign(path).resize(length, '/');
         entry.resize(length);
         found(folder, name, entry.append(name));
