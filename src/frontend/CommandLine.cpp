@@ -10,10 +10,13 @@ namespace {
 
 constexpr Option helpOption{"help", nullptr, ""};
 
-const Option* find(std::span<const Option> options, std::string_view name) {
-    if (name == helpOption.name) return &helpOption;
-    const auto found = std::find_if(options.begin(), options.end(),
-                                    [&](const Option& option) { return option.name == name; });
+// The option that is written "--name"; null when there is none.
+const Option* find(std::span<const Option> options, std::string_view written) {
+    if (written == "--help" || written == "-h") return &helpOption;
+    if (!written.starts_with("--")) return nullptr;
+    const auto found = std::find_if(options.begin(), options.end(), [&](const Option& option) {
+        return option.name == written.substr(2);
+    });
     return found == options.end() ? nullptr : &*found;
 }
 
@@ -38,39 +41,34 @@ std::optional<std::string> Arguments::value(std::string_view option) const {
 Arguments::Parsed Arguments::parse(std::span<const std::string> arguments,
                                    std::span<const Option> options) {
     Parsed parsed;
-    for (size_t at = 0; at < arguments.size(); ++at) {
-        const std::string& argument = arguments[at];
+    std::vector<std::string>& words = parsed.arguments.words_;
+    for (auto next = arguments.begin(); next != arguments.end() && parsed.problem.empty();) {
+        const std::string& argument = *next++;
         if (argument == "--") {
-            auto& words = parsed.arguments.words_;
-            words.insert(words.end(), arguments.begin() + static_cast<std::ptrdiff_t>(at) + 1,
-                         arguments.end());
+            words.insert(words.end(), next, arguments.end());
             break;
         }
         if (!isOption(argument)) {
-            parsed.arguments.words_.push_back(argument);
+            words.push_back(argument);
             continue;
         }
         const size_t equals = argument.find('=');
         const std::string written = argument.substr(0, equals);
-        const Option* option = written == "-h"             ? &helpOption
-                               : written.starts_with("--") ? find(options, written.substr(2))
-                                                           : nullptr;
+        const Option* option = find(options, written);
         if (!option) {
             parsed.problem = unknownOption(options, written);
-            break;
+            continue;
         }
-        std::string value;
+        std::string& value = parsed.arguments.options_[option->name];
         if (!option->valueName) {
             if (equals != std::string::npos) parsed.problem = written + " takes no value.";
         } else if (equals != std::string::npos) {
             value = argument.substr(equals + 1);
-        } else if (at + 1 < arguments.size()) {
-            value = arguments[++at];
+        } else if (next != arguments.end()) {
+            value = *next++;
         } else {
             parsed.problem = written + " needs a value: " + option->valueName + ".";
         }
-        parsed.arguments.options_.insert_or_assign(option->name, value);
-        if (!parsed.problem.empty()) break;
     }
     return parsed;
 }
