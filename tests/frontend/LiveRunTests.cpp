@@ -57,8 +57,8 @@ TEST_F(LiveRunTest, TellsWhatIsFoundAndTakenUntilItIsAskedToEnd) {
     EXPECT_EQ(outcome.status, ExitStatus::done) << outcome.messages;
     EXPECT_THAT(outcome.output,
                 AllOf(HasSubstr("Watching /Work/Film\n"), HasSubstr("(1 project, 1 version)"),
-                      HasSubstr("Found project Cut.fcp in /Work/Film\nCut.fcp: version 1 (1.2 MB, "
-                                "saved "),
+                      HasSubstr("Found project Cut.fcp in /Work/Film\n"),
+                      HasSubstr("\nCut.fcp: version 1 (1.2 MB, saved "),
                       HasSubstr("Old.fcp: version 2 (7 B"), HasSubstr("Problem: Disk ? full\n"),
                       HasSubstr("Goodbye: 1 project found, 2 versions taken.\n")));
     EXPECT_FALSE(fake.processes.launched().at(0)->isRunning());
