@@ -1,5 +1,6 @@
 #include "frontend/Commands.h"
 
+#include "foundation/Text.h"
 #include "frontend/Format.h"
 #include "frontend/Suggestions.h"
 
@@ -43,13 +44,16 @@ std::span<const Command* const> allCommands() {
 }
 
 const Command* findCommand(std::span<const std::string> arguments) {
-    if (arguments.empty()) return nullptr;
-    const std::string one = arguments[0];
-    const std::string two = arguments.size() > 1 ? one + " " + arguments[1] : one;
     for (const Command* command : allCommands()) {
-        if (command->name == one || command->name == two) return command;
+        const auto words = split(command->name, ' ');
+        if (words.size() > arguments.size()) continue;
+        if (std::equal(words.begin(), words.end(), arguments.begin())) return command;
     }
     return nullptr;
+}
+
+bool isFirstWord(std::string_view word) {
+    return commandsOfGroup(word).size() > 1;
 }
 
 std::string unknownCommand(std::span<const std::string> arguments) {

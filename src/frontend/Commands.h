@@ -4,6 +4,7 @@
 
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace larkspan {
@@ -24,6 +25,9 @@ std::span<const Command* const> allCommands();
 
 // The command that the arguments begin with; null when they begin with none.
 const Command* findCommand(std::span<const std::string> arguments);
+
+// Whether commands of several words begin with this one.
+bool isFirstWord(std::string_view word);
 
 // What to say when there is no such command, with the nearest one.
 std::string unknownCommand(std::span<const std::string> arguments);

@@ -61,7 +61,9 @@ ExitStatus runFrontEnd(const std::vector<std::string>& arguments, Context& conte
         context.output.message(generalHelp());
         return ExitStatus::wrongUsage;
     }
-    if (isHelp(arguments[0])) {
+    const bool asksForGroup =
+        arguments.size() > 1 && isFirstWord(arguments[0]) && isHelp(arguments[1]);
+    if (isHelp(arguments[0]) || asksForGroup) {
         context.output.line(generalHelp());
         return ExitStatus::done;
     }

@@ -55,7 +55,12 @@ HelperProcess::HelperProcess(std::shared_ptr<platform::Process> process,
 
 HelperProcess::~HelperProcess() {
     process_->stopReading();
-    reader_.join();
+    if (reader_.joinable()) reader_.join();
+}
+
+std::string HelperProcess::lastOutput() {
+    if (!process_->isRunning() && reader_.joinable()) reader_.join();
+    return output_->copy();
 }
 
 std::optional<int> HelperProcess::waitUntilEnded(Seconds atMost) {

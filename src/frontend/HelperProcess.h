@@ -36,8 +36,9 @@ class HelperProcess {
     // Ends it at once.
     void kill() { process_->kill(); }
 
-    // The last lines that it wrote on standard error.
-    std::string lastOutput() const { return output_->copy(); }
+    // The last lines that it wrote on standard error. When it has ended, all of them: its children
+    // do not share that stream, so what is left to be read comes to an end.
+    std::string lastOutput();
 
   private:
     HelperProcess(std::shared_ptr<platform::Process> process, std::function<void()> ended);

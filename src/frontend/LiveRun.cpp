@@ -26,7 +26,8 @@ platform::Platform& current() {
 }
 
 std::string helperLog() {
-    const auto logs = ZBLocalPaths::logDirectory(UserDomain::yes);
+    const bool isOwn = !ZBLocalPaths::actsForConsoleUser();
+    const auto logs = ZBLocalPaths::logDirectory(isOwn ? UserDomain::yes : UserDomain::no);
     return logs ? (*logs / "Corvane/LarkspanHelper.1.log").str() : std::string();
 }
 
@@ -76,6 +77,7 @@ void LiveRun::tryToConnect() {
             return;
         }
     }
+    if (helper_->waitUntilEnded(Seconds(0))) return helperEnded();
     if (current().clock.uptime() - startedAt_ < longestStart) return;
     end_ = End::noAnswer;
     current().mainThread.stop();

@@ -3,6 +3,7 @@
 #include "backup/StoreLayout.h"
 #include "foundation/Text.h"
 #include "frontend/Format.h"
+#include "frontend/ProjectSearch.h"
 #include "frontend/Settings.h"
 #include "frontend/Suggestions.h"
 #include "platform/Files.h"
@@ -24,7 +25,9 @@ std::optional<WatchEntry> watchEntry(const Value& value) {
 
 bool isEntryFor(const Value& value, const Path& folder) {
     const auto entry = watchEntry(value);
-    return entry && entry->folder == folder;
+    // One that was written by hand may have more slashes than it needs.
+    return entry &&
+           (entry->folder == folder || absolutePath(entry->folder.str(), Path("/")) == folder);
 }
 
 // Whether a walk down from `top` to `item` meets a folder that is never looked into.

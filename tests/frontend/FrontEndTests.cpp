@@ -19,6 +19,7 @@ TEST_F(FrontEndTests, HelpIsAResultAndWrongUsageAMessage) {
     EXPECT_EQ(help.status, ExitStatus::done);
     EXPECT_THAT(help.output, AllOf(HasSubstr("watch add FOLDER"), HasSubstr("Example:"),
                                    Not(HasSubstr("run FOLDER"))));
+    EXPECT_EQ(run({"watch", "--help"}).output, help.output);
     const auto nothing = run({});
     EXPECT_EQ(nothing.status, ExitStatus::wrongUsage);
     EXPECT_EQ(nothing.output, "");
@@ -42,6 +43,7 @@ TEST_F(FrontEndTests, WhatIsNoCommandGetsTheNearestOne) {
     const std::vector<std::pair<std::vector<std::string>, std::string>> table{
         {{"statsu"}, "There is no command \"statsu\". Did you mean \"status\"?"},
         {{"frobnicate"}, "There is no command \"frobnicate\".\n"},
+        {{"watch add"}, "There is no command \"watch add\"."},
         {{"watch"}, "A word is missing: watch add, watch list or watch remove."},
         {{"watch", "lsit"}, "Did you mean \"watch list\"?"},
         {{"versions"}, "Something is missing: PROJECT."},

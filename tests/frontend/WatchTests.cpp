@@ -145,6 +145,8 @@ TEST_F(WatchTest, RemoveTakesTheFolderOffTheList) {
     EXPECT_EQ(run({"watch", "remove", "Film/"}).status, ExitStatus::done);
     EXPECT_EQ(preference("watchFolders"), Value(Value::Array()));
     EXPECT_THAT(called, ElementsAre("updateConfiguration"));
+    setPreferences({{"watchFolders", Value::Array{entry("/Work//By Hand/")}}});
+    EXPECT_EQ(run({"watch", "remove", "By Hand"}).status, ExitStatus::done);
 }
 
 TEST_F(WatchTest, ListShowsEveryFolderAndWhetherItIsThere) {

@@ -19,8 +19,9 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-constexpr const char* editorID = "com.example.Editor";
-constexpr const char* otherID = "com.example.Other";
+// Of this process alone: other tests run at the same time.
+const std::string editorID = "com.example.Editor" + std::to_string(::getpid());
+const std::string otherID = "com.example.Other" + std::to_string(::getpid());
 
 struct FakeScene {
     FakeClock clock;
@@ -96,7 +97,7 @@ struct LinuxScene {
 template <class Scene>
 class ApplicationsContract : public ::testing::Test {
   protected:
-    std::vector<int> running(const char* identifier) {
+    std::vector<int> running(const std::string& identifier) {
         std::vector<int> numbers;
         for (const auto& application : scene.applications.runningApplications(identifier)) {
             numbers.push_back(application.processID);

@@ -16,8 +16,13 @@ class FakeClock final : public Clock {
     Seconds uptime() const override { return std::chrono::nanoseconds(elapsed_.load()); }
     void sleepFor(Seconds duration) override { advance(duration); }
 
-    void advance(Seconds duration) {
-        elapsed_ += std::chrono::duration_cast<std::chrono::nanoseconds>(duration).count();
+    void advance(Seconds duration) { advanceExactly(inNanoseconds(duration)); }
+    void advanceExactly(std::chrono::nanoseconds duration) { elapsed_ += duration.count(); }
+    // Since the start, exactly.
+    std::chrono::nanoseconds elapsed() const { return std::chrono::nanoseconds(elapsed_.load()); }
+
+    static std::chrono::nanoseconds inNanoseconds(Seconds duration) {
+        return std::chrono::ceil<std::chrono::nanoseconds>(duration);
     }
 
   private:

@@ -25,6 +25,7 @@ void FakeFiles::add(const Path& path, EntryKind kind, unsigned permissions, std:
         }
         auto node = state.tree.makeNode(kind, permissions, date);
         node->content = std::move(content);
+        node->attributeChangeDate = clock_.now();
         FakeFileTree::put(*folder, last, std::move(node), clock_.now());
     });
 }

@@ -9,25 +9,25 @@ class FakeMainThread::FakeTimer final : public Timer {
     FakeTimer(FakeMainThread& owner, Seconds interval, Work work)
         : owner_(owner),
           interval_(interval),
-          due_(owner.clock_.uptime() + interval),
-          work_(std::move(work)) {}
+          due_(owner.clock_.elapsed() + FakeClock::inNanoseconds(interval)),
+          work_(std::make_shared<const Work>(std::move(work))) {}
     FakeTimer(const FakeTimer&) = delete;
     FakeTimer& operator=(const FakeTimer&) = delete;
     ~FakeTimer() override { owner_.timers_.remove(this); }
 
     Seconds interval() const { return interval_; }
-    Seconds due() const { return due_; }
+    std::chrono::nanoseconds due() const { return due_; }
     void fire() {
-        while (due_ <= owner_.clock_.uptime()) due_ += interval_;
-        const Work work = work_;  // the call may destroy this timer
-        work();
+        while (due_ <= owner_.clock_.elapsed()) due_ += FakeClock::inNanoseconds(interval_);
+        const auto work = work_;  // the call may destroy this timer
+        (*work)();
     }
 
   private:
     FakeMainThread& owner_;
     const Seconds interval_;
-    Seconds due_;
-    const Work work_;
+    std::chrono::nanoseconds due_;
+    const std::shared_ptr<const Work> work_;
 };
 
 void FakeMainThread::post(Work work) {
@@ -96,22 +96,22 @@ void FakeMainThread::run() {
         }
         if (runOnePosted()) continue;
         if (FakeTimer* timer = nextTimer()) {
-            const Seconds wait = timer->due() - clock_.uptime();
-            if (wait > Seconds(0)) clock_.advance(wait);
+            const auto wait = timer->due() - clock_.elapsed();
+            if (wait.count() > 0) clock_.advanceExactly(wait);
             timer->fire();
         }
     }
 }
 
 void FakeMainThread::advance(Seconds duration) {
-    const Seconds end = clock_.uptime() + duration;
+    const auto end = clock_.elapsed() + FakeClock::inNanoseconds(duration);
     runPosted();
     for (FakeTimer* timer = nextTimer(); timer && timer->due() <= end; timer = nextTimer()) {
-        clock_.advance(timer->due() - clock_.uptime());
+        clock_.advanceExactly(timer->due() - clock_.elapsed());
         timer->fire();
         runPosted();
     }
-    clock_.advance(end - clock_.uptime());
+    clock_.advanceExactly(end - clock_.elapsed());
 }
 
 std::vector<Seconds> FakeMainThread::timerIntervals() const {

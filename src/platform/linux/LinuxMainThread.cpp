@@ -16,22 +16,23 @@ namespace {
 // One GLib source and the work it calls.
 class SourceTimer final : public MainThread::Timer {
   public:
-    explicit SourceTimer(MainThread::Work work) : work_(std::move(work)) {}
+    explicit SourceTimer(MainThread::Work work)
+        : work_(std::make_shared<const MainThread::Work>(std::move(work))) {}
     ~SourceTimer() override {
         if (source_ != 0) g_source_remove(source_);
     }
     void attach(guint source) { source_ = source; }
 
-    // The work is copied before the call, since it may destroy this timer.
+    // The call may destroy this timer, but not the work amid itself.
     static gboolean fired(gpointer data) {
-        const MainThread::Work work = static_cast<SourceTimer*>(data)->work_;
-        work();
+        const auto work = static_cast<SourceTimer*>(data)->work_;
+        (*work)();
         return G_SOURCE_CONTINUE;
     }
     static gboolean descriptorReady(gint, GIOCondition, gpointer data) { return fired(data); }
 
   private:
-    MainThread::Work work_;
+    std::shared_ptr<const MainThread::Work> work_;
     guint source_ = 0;
 };
 
