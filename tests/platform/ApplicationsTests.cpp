@@ -11,7 +11,6 @@
 #include <fstream>
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 namespace larkspan::platform {
 namespace {
@@ -19,9 +18,8 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-// Of this process alone: other tests run at the same time.
-const std::string editorID = "com.example.Editor" + std::to_string(::getpid());
-const std::string otherID = "com.example.Other" + std::to_string(::getpid());
+const std::string editorID = "com.example.Editor";
+const std::string otherID = "com.example.Other";
 
 struct FakeScene {
     FakeClock clock;
@@ -70,8 +68,11 @@ struct LinuxScene {
                       fs::copy_options::skip_existing);
         return bundle;
     }
-    int launch(const Path& executable) {
-        auto process = processes.launch({.launchPath = executable, .arguments = {"60"}});
+    int launch(const Path& executable) { return launch(executable, places.home); }
+    int launch(const Path& executable, const Path& home) {
+        const std::map<std::string, std::string> environment{{"HOME", home.str()}};
+        auto process = processes.launch(
+            {.launchPath = executable, .arguments = {"60"}, .environment = environment});
         if (!process) throw std::runtime_error(process.error().description);
         started.push_back(*process);
         return (*process)->processID();
@@ -223,6 +224,12 @@ TEST_F(LinuxApplicationsTests, BundlesOneFolderDownAreFoundAndTheOnesAroundThePr
     (void)scene.install("com.corvane.Larkspan");
     EXPECT_EQ(scene.applications.bundlePathForIdentifier("com.corvane.Larkspan"),
               scene.bundles.around.front().path);
+}
+
+TEST_F(LinuxApplicationsTests, ThoseInAnotherHomeAreNotOurs) {
+    const Path bundle = scene.install(editorID);
+    (void)scene.launch(bundle / "Contents/MacOS/Editor", Path("/elsewhere"));
+    EXPECT_TRUE(running(editorID).empty());
 }
 
 TEST_F(LinuxApplicationsTests, ManyThatEndAtOnceAreAllReported) {

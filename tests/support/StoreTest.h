@@ -16,6 +16,7 @@ class StoreTest : public FakePlatformTest {
     StoreTest() {
         setPreferences({{"storagePath", "/Store"}});
         ZBLog::createNewLog();
+        ZBLog::finishWriting();
     }
 
     Path folderOf(const std::string& identifier) const {

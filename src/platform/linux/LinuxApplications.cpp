@@ -96,13 +96,22 @@ std::string LinuxApplications::identifierOfExecutable(const Path& executable) {
     return {};
 }
 
+// Setting HOME isolates everything: a second instance of a program in another home folder is not
+// its business, nor are programs that tests start in theirs.
+bool LinuxApplications::sharesOurHome(int processID) {
+    const auto home = homeOfProcess(processID);
+    return home.value_or(places_.homeDirectoryForUser(places_.userName()).value_or(Path())) ==
+           places_.homeDirectory();
+}
+
 std::vector<RunningApplication> LinuxApplications::allApplications() {
     std::vector<RunningApplication> found;
     for (const int processID : processIDsOfUser(::geteuid())) {
         const auto executable = executableOfProcess(processID);
         if (!executable) continue;
         const std::string identifier = identifierOfExecutable(*executable);
-        const auto ticks = identifier.empty() ? std::nullopt : startTicksOfProcess(processID);
+        if (identifier.empty() || !sharesOurHome(processID)) continue;
+        const auto ticks = startTicksOfProcess(processID);
         if (!ticks) continue;
         RunningApplication application{.processID = processID,
                                        .bundleIdentifier = identifier,

@@ -19,7 +19,8 @@ struct WellKnownExecutable {
     std::string bundleIdentifier;
 };
 
-// An application is a process of this user whose executable lies in a bundle folder; its identifier
+// An application is a process of this user, with the same home folder (HOME) as this process, whose
+// executable lies in a bundle folder; its identifier
 // is that of the innermost bundle that has one. What is not in a bundle may be in the table.
 class LinuxApplications final : public Applications {
   public:
@@ -50,6 +51,7 @@ class LinuxApplications final : public Applications {
     };
 
     std::vector<RunningApplication> allApplications();
+    bool sharesOurHome(int processID);
     std::string identifierOfBundle(const Path& bundle);
     std::string identifierOfExecutable(const Path& executable);
     std::optional<Path> findBundle(const Path& folder, const std::string& bundleIdentifier,

@@ -50,6 +50,16 @@ std::optional<Path> executableOfProcess(int processID) {
     return Path(target->str().substr(0, target->str().size() - replacedMark.size()));
 }
 
+std::optional<Path> homeOfProcess(int processID) {
+    constexpr std::string_view key = "HOME=";
+    const auto environment = readSmallFile(processFolder(processID) / "environ");
+    if (!environment) return std::nullopt;
+    for (const std::string& variable : split(*environment, '\0')) {
+        if (variable.starts_with(key)) return Path(variable.substr(key.size()));
+    }
+    return std::nullopt;
+}
+
 std::optional<std::uint64_t> startTicksOfProcess(int processID) {
     const auto line = readSmallFile(processFolder(processID) / "stat");
     if (!line) return std::nullopt;
