@@ -1,4 +1,4 @@
-# shellcheck shell=bash
+# shellcheck shell=bash disable=SC2154
 # The checks of ./test lint. What passed is remembered in build/lint, one stamp per check and file
 # that holds the digests of everything the result depends on; a second run looks only at what has
 # changed since.
@@ -8,10 +8,10 @@ all_sources() { find src tests bench fuzz -name '*.h' -o -name '*.cpp' | LC_ALL=
 
 # Those that every system compiles. Programs' main.cpp files choose a system.
 portable_sources() {
-    local folder
+    local folder depth
     for folder in foundation platform platform/fake kit host changes sync backup app frontend; do
         [[ -d src/$folder ]] || continue
-        local depth=()
+        depth=()
         [[ $folder == platform ]] && depth=(-maxdepth 1)
         find "src/$folder" "${depth[@]}" \( -name '*.h' -o -name '*.cpp' \) ! -name main.cpp
     done | LC_ALL=C sort -u
@@ -75,12 +75,12 @@ add_fingerprints() {
 # check_changed NAME FUNCTION CONFIGURATION: reads lines "FILE<tab>ANYTHING" and calls FUNCTION with
 # every file that has changed since it passed, several at once. Fails when one of them does.
 check_changed() {
-    local name=$1 function=$2 stamps=build/lint/$1 line file changed=() total=0
-    mkdir -p "$stamps/found"
+    local function=$2 stamps=build/lint/$1 line file stamp changed=() total=0
+    mkdir -p "$stamps"
     while IFS= read -r line; do
         total=$((total + 1))
         file=${line%%$'\t'*}
-        local stamp=$stamps/${file//\//,}
+        stamp=$stamps/${file//\//,}
         [[ -f $stamp && $(<"$stamp") == "${line#*$'\t'}" ]] && continue
         rm -f -- "$stamp"
         printf '%s\n' "${line#*$'\t'}" >"$stamp.new"
@@ -88,6 +88,7 @@ check_changed() {
     done < <(add_fingerprints "$3")
     say "  ${#changed[@]} of $total files changed since they were last found good."
     [[ ${#changed[@]} -eq 0 ]] && return
+    # shellcheck disable=SC2163
     export -f check_one "$function"
     export stamps
     printf '%s\0' "${changed[@]}" |
@@ -124,7 +125,6 @@ check_format() {
 
 check_directions() {
     say "Include directions: every folder includes only what lies below it."
-    build dev architecture_tests
     build/dev/tests/architecture_tests --gtest_brief=1
 }
 
@@ -149,7 +149,7 @@ run_lint() {
     build dev architecture_tests
     local check failed=()
     for check in format directions tidy portability; do
-        if (set -e; "check_$check"); then
+        if ("check_$check"); then
             say "  $check: good."
         else
             say "  $check: NOT good, see above."

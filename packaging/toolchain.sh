@@ -1,4 +1,4 @@
-# shellcheck shell=bash
+# shellcheck shell=bash disable=SC2154
 # What ./run and ./test share: installing what is missing, configuring and building.
 # Expects `project` to be the folder of the checkout.
 
