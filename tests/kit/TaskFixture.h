@@ -1,18 +1,8 @@
 #pragma once
 
 #include "kit/ZBLog.h"
-#include "platform/FileEvents.h"
 #include "platform/Platform.h"
-#include "platform/fake/FakeApplications.h"
-#include "platform/fake/FakeBundles.h"
-#include "platform/fake/FakeConnections.h"
-#include "platform/fake/FakeConsole.h"
-#include "platform/fake/FakeMachine.h"
-#include "platform/fake/FakeProcesses.h"
-#include "platform/fake/FakeSessionEvents.h"
-#include "platform/fake/FakeStandardPlaces.h"
-#include "platform/fake/FakeUserNotifications.h"
-#include "platform/fake/FakeVolumes.h"
+#include "platform/fake/FakePlatform.h"
 #include "platform/linux/LinuxFiles.h"
 #include "platform/linux/LinuxMainThread.h"
 #include "platform/linux/LinuxProcesses.h"
@@ -27,10 +17,6 @@
 #include <gtest/gtest.h>
 
 namespace larkspan::testing {
-
-struct UnusedFileEvents final : platform::FileEvents {
-    std::unique_ptr<Stream> start(std::vector<Path>, Seconds, Callback) override { return {}; }
-};
 
 // A platform on which programs run, really or scripted, in a folder of the test's own. The main
 // thread and the time are real, since time-outs are.
@@ -72,23 +58,27 @@ class TaskFixture : public ::testing::Test {
     }
 
     TemporaryFolder folder;
+    platform::FakePlatform fake;
+    platform::FakeConsole& console = fake.console;
+    platform::FakeStandardPlaces places{folder.path()};
     platform::SystemClock clock;
     platform::LinuxMainThread mainThread;
-    platform::FakeApplications applications;
-    platform::FakeBundles bundles;
-    platform::FakeConnections connections{mainThread};
-    platform::FakeConsole console;
-    UnusedFileEvents fileEvents;
-    platform::FakeMachine machine;
-    platform::FakeSessionEvents sessions;
-    platform::FakeStandardPlaces places{folder.path()};
-    platform::FakeUserNotifications notifications;
-    platform::FakeVolumes volumes;
-    Processes processes;
     platform::LinuxFiles files;
-    platform::Platform platform{applications, bundles, clock,         connections, console,
-                                fileEvents,   files,   machine,       mainThread,  processes,
-                                sessions,     places,  notifications, volumes};
+    Processes processes;
+    platform::Platform platform{.applications = fake.applications,
+                                .bundles = fake.bundles,
+                                .clock = clock,
+                                .connections = fake.connections,
+                                .console = console,
+                                .fileEvents = fake.fileEvents,
+                                .files = files,
+                                .machine = fake.machine,
+                                .mainThread = mainThread,
+                                .processes = processes,
+                                .sessionEvents = fake.sessionEvents,
+                                .places = places,
+                                .userNotifications = fake.userNotifications,
+                                .volumes = fake.volumes};
     platform::ScopedPlatform scoped{platform};
 };
 
