@@ -85,7 +85,7 @@ std::optional<Error> ProjectCopy::copyUnderFreeName(const Path& project, const P
                                                     VersionNumber number) {
     for (int attempt = 1;; ++attempt) {
         const Path target = firstFreeName(project, folder, number);
-        const auto error = files().copyItem(project, target);
+        auto error = files().copyItem(project, target);
         if (!error) {
             copyMade_(target);
             return std::nullopt;

@@ -90,6 +90,8 @@ void LiveRun::connected(const HelperFacts& facts) {
              countText(news_.projectCount(), "project", "projects") + ", " +
              countText(news_.versionCount(), "version", "versions") + ").");
     tell(news_.lookAtAll());
+    // Projects that lie there already get their first version now, not when they are next saved.
+    (void)connection_->call("startBackupScan");
     timer_ = current().mainThread.scheduleRepeating(betweenQuestions, [this] { askHelper(); });
 }
 

@@ -30,7 +30,7 @@ bool hasColour(int descriptor) {
 
 // The folder as the shell shows it, with its links unresolved, while that still names it.
 Path currentDirectory(platform::Files& files) {
-    const Path logical(environment("PWD"));
+    Path logical(environment("PWD"));
     const auto here = files.info(Path("."));
     const auto there = logical.isAbsolute() ? files.info(logical) : std::nullopt;
     if (here && there && here->identity == there->identity) return logical;

@@ -94,6 +94,7 @@ TEST_F(ZBTaskExAsync, TheDelegateIsLetGoAfterTheEndMark) {
 TEST_F(ZBTaskExAsync, WhatCannotBeExecutedIsLoggedAndTheDelegateNotTold) {
     Receiver receiver;
     for (const Path& path : {folder.path() / "missing", addFile("plain", "", 0644)}) {
+        ZBLog::finishWriting();
         ZBLog::createNewLog();
         ZBTaskEx runner;
         runner.asyncDataFromTask(path, {}, receiver.delegate());

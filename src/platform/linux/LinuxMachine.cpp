@@ -7,7 +7,7 @@ namespace larkspan::platform {
 
 std::string LinuxMachine::operatingSystemVersion() const {
     char* name = g_get_os_info(G_OS_INFO_KEY_PRETTY_NAME);
-    const std::string version = name ? name : "Linux";
+    std::string version = name ? name : "Linux";
     g_free(name);
     return version;
 }

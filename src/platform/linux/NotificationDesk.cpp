@@ -125,7 +125,7 @@ void NotificationDesk::askCapabilities() {
 
 void NotificationDesk::learn(GVariant* capabilities) {
     asking_ = false;
-    capabilities_.emplace();
+    capabilities_ = Capabilities();
     const VariantHandle names(g_variant_get_child_value(capabilities, 0));
     for (gsize i = 0; i < g_variant_n_children(names.get()); ++i) {
         const VariantHandle child(g_variant_get_child_value(names.get(), i));

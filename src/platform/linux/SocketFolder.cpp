@@ -149,10 +149,9 @@ Path chooseSocketFolder(const SocketFacts& facts, const std::string& name) {
     const auto runtime = std::find_if(candidates.begin(), candidates.end(), [&](const auto& path) {
         return isOwnFolder(path) && fitsAddress(socketPath(Path(path) / "larkspan", name));
     });
-    const Path shared =
-        runtime != candidates.end()
-            ? Path(*runtime) / "larkspan"
-            : Path(facts.temporaryFolder) / ("larkspan-" + std::to_string(facts.userID));
+    Path shared = runtime != candidates.end()
+                      ? Path(*runtime) / "larkspan"
+                      : Path(facts.temporaryFolder) / ("larkspan-" + std::to_string(facts.userID));
     const std::string home = withoutSlashesAtEnd(facts.home);
     if (!home.starts_with('/') || home == withoutSlashesAtEnd(facts.accountHome)) return shared;
     const Path own = Path(home) / ".local/share/larkspan/run";

@@ -55,9 +55,7 @@ class TreeCopy {
         auto error = enter(source_.name);
         while (!error && !levels_.empty()) {
             Level& level = levels_.back();
-            error = level.next == level.entries.size()
-                        ? leave()
-                        : copy(std::move(level.entries[level.next++]));
+            error = level.next == level.entries.size() ? leave() : copyNext(level);
         }
         return error ? error : lookAgain();
     }
@@ -74,6 +72,12 @@ class TreeCopy {
         std::string name;
         std::optional<struct stat> status;  // empty at the end of a folder
     };
+
+    // The entry is kept apart: going into a folder adds a level, and may move those there are.
+    std::optional<Error> copyNext(Level& level) {
+        const DirectoryEntry entry = std::move(level.entries[level.next++]);
+        return copy(entry);
+    }
 
     std::optional<Error> copy(const DirectoryEntry& entry) {
         switch (entry.kind) {
