@@ -9,8 +9,6 @@
 namespace larkspan {
 namespace {
 
-using ::testing::ElementsAre;
-
 class ZBProjectTest : public testing::StoreTest {
   protected:
     std::string stringsOf(const ZBProject& project) {

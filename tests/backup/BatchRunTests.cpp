@@ -8,7 +8,6 @@ namespace {
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Not;
 using namespace std::chrono_literals;
 
 class BatchRunTest : public testing::StoreTest {

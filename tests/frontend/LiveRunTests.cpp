@@ -9,7 +9,6 @@ namespace {
 
 using ::testing::AllOf;
 using ::testing::HasSubstr;
-using ::testing::Not;
 
 constexpr Date saved = dateFromUnixTime(1'600'000'000);
 
@@ -25,11 +24,10 @@ class LiveRunTest : public testing::FrontEndTest {
 
     // Does something on the main thread while the run goes on, after so many seconds.
     void after(Seconds delay, const std::function<void()>& work) {
-        timers_.push_back(
-            fake.mainThread.scheduleRepeating(delay, [this, work, done = false]() mutable {
-                if (!done) work();
-                done = true;
-            }));
+        timers_.push_back(fake.mainThread.scheduleRepeating(delay, [work, done = false]() mutable {
+            if (!done) work();
+            done = true;
+        }));
     }
     void serveWhenLaunched() {
         after(Seconds(0.3), [this] { startHelper(fake.processes.launched().at(0)->processID()); });

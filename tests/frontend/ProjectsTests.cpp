@@ -11,7 +11,6 @@ using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 
 constexpr Date firstSave = dateFromUnixTime(1'600'000'000);
 constexpr Date secondSave = dateFromUnixTime(1'600'000'100);

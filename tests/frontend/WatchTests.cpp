@@ -10,7 +10,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 
 Value entry(const std::string& folder, const std::string& extensions = defaultExtensions) {
     return Value::Dictionary{{"folder", folder}, {"extensions", extensions}};

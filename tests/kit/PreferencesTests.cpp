@@ -10,9 +10,6 @@
 namespace larkspan {
 namespace {
 
-using ::testing::Contains;
-using ::testing::StartsWith;
-
 class PreferencesTest : public testing::FakePlatformTest {
   protected:
     long complaints() {

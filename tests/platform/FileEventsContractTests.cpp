@@ -37,7 +37,7 @@ struct LinuxScene {
     int changes = 0;
 
     Path folder(const std::string& name) {
-        const Path path = top.path() / name;
+        Path path = top.path() / name;
         std::filesystem::create_directories(path.str());
         return path;
     }

@@ -18,7 +18,7 @@ struct SocketFolderTest : ::testing::Test {
         return chooseSocketFolder(facts, "Helper").str();
     }
     Path made(const std::string& name, mode_t mode) {
-        const Path path = folder.path() / name;
+        Path path = folder.path() / name;
         ::mkdir(path.c_str(), 0700);
         ::chmod(path.c_str(), mode);
         return path;
@@ -66,7 +66,7 @@ TEST_F(SocketFolderTest, anotherHomeMeansAnotherFolder) {
 
 TEST_F(SocketFolderTest, isMadeForThisUserAlone) {
     const mode_t before = ::umask(0);
-    const Path path = folder.path() / "a/b/run";
+    Path path = folder.path() / "a/b/run";
     EXPECT_EQ(prepareSocketFolder(path), std::nullopt);
     EXPECT_EQ(prepareSocketFolder(path), std::nullopt) << "again";
     for (const Path& each : {path, path.deletingLastPathComponent()}) {
@@ -106,7 +106,7 @@ TEST_F(SocketFolderTest, isRefusedWhenOthersCouldReachIt) {
 }
 
 TEST_F(SocketFolderTest, pathsThatWouldBeCutAreRefused) {
-    const Path path = folder.path() / std::string(90, 'p');
+    Path path = folder.path() / std::string(90, 'p');
     for (const auto& error : {listenInFolder(path, "Helper", Seconds(0)).error(),
                               connectInFolder(path, "Helper", Seconds(0)).error()}) {
         EXPECT_TRUE(error.is(posixErrorDomain, ENAMETOOLONG)) << error.description;

@@ -24,7 +24,7 @@ class HelperTest : public ::testing::Test {
     }
     // Saved long enough ago to be at rest.
     Path quietProject(const std::string& name, const std::string& content) {
-        const Path project = programs.work() / name;
+        Path project = programs.work() / name;
         writeWhole(project, content);
         setAge(project, std::chrono::minutes(10));
         return project;
@@ -144,17 +144,17 @@ TEST_F(HelperTest, AKilledCopyIsNeverTakenForAVersion) {
     };
     // Killed as soon as the copy has begun; now and then it is too fast to be met.
     for (int attempt = 0; attempt < 20 && !hasLeftover(); ++attempt) {
-        for (const auto& file : programs.versions()["Cut"]) fs::remove(file.str());
+        for (const auto& file : programs.versionsOf("Cut")) fs::remove(file.str());
         const auto helper = programs.launchHelper({"--once"});
         while (helper->isRunning() && !hasLeftover()) {
         }
         ::kill(helper->processID(), SIGKILL);
         (void)helper->waitUntilExit();
-        for (const auto& file : programs.versions()["Cut"]) {
+        for (const auto& file : programs.versionsOf("Cut")) {
             EXPECT_EQ(readWhole(file), readWhole(project));
         }
     }
-    for (const auto& file : programs.versions()["Cut"]) fs::remove(file.str());
+    for (const auto& file : programs.versionsOf("Cut")) fs::remove(file.str());
     ASSERT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
     EXPECT_EQ(programs.versions()["Cut"].size(), 1U);
     expectNewestEquals("Cut", project);

@@ -47,6 +47,7 @@ class Programs {
 
     // Every version in the store, as "ID/NAME", by project file name. Hidden names are left out.
     std::map<std::string, std::vector<Path>> versions() const;
+    std::vector<Path> versionsOf(const std::string& baseName) const { return versions()[baseName]; }
     // Waits until that many projects are registered; false after 40 seconds.
     bool waitForProjects(size_t count) const;
     // Waits until a project has that many versions; false after 40 seconds.
