@@ -1,6 +1,8 @@
 #include "kit/ZBFileManager.h"
 #include "support/FakePlatformTest.h"
 
+#include <cerrno>
+
 #include <gmock/gmock.h>
 
 namespace larkspan {
@@ -70,6 +72,25 @@ TEST_F(ZBFileManagerTest, CreatesFolders) {
     writeFile(Path("/S/file"), "x");
     EXPECT_FALSE(ZBFileManager::createDirectory(Path("/S/file/c"), std::chrono::seconds(10)));
     EXPECT_THAT(loggedLines(), Contains(::testing::StartsWith("Error creating folder: ")));
+}
+
+TEST_F(ZBFileManagerTest, TriesAgainWithAdministratorRightsOnlyWhereRightsAreMissing) {
+    const Path mkdir("/bin/mkdir");
+    fake.files.addFile(mkdir, "tool");
+    ASSERT_FALSE(fake.files.setPermissions(mkdir, 0755));
+    fake.processes.setProgram(mkdir, {});
+    const auto tried = [&](unsigned user, int errorNumber) {
+        fake.places.id = user;
+        fake.faults.refuseCall(platform::FileOperation::createFolder, 1, errorNumber);
+        return ZBFileManager::createDirectory(Path("/S/new"));
+    };
+    EXPECT_FALSE(tried(1000, EACCES));
+    EXPECT_FALSE(tried(0, ENOSPC));
+    EXPECT_TRUE(fake.processes.launches().empty());
+    EXPECT_TRUE(tried(0, EACCES));
+    ASSERT_EQ(fake.processes.launches().size(), 1U);
+    EXPECT_THAT(fake.processes.launches()[0].arguments, ElementsAre("-p", "/S/new"));
+    EXPECT_THAT(fake.console.reported(), Contains("Unable to authorize").Times(1));
 }
 
 TEST_F(ZBFileManagerTest, KnowsFilePackages) {
