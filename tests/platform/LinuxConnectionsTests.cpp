@@ -4,12 +4,14 @@
 #include "support/TemporaryFolder.h"
 
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <functional>
 #include <thread>
 
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 
@@ -176,6 +178,59 @@ TEST_F(LinuxConnectionsTest, theNumberOfConnectionsIsBounded) {
     })) << "there is room again";
 }
 
+// Leaves so many descriptors that nobody uses yet, for as long as it lives.
+class DescriptorsLeft {
+  public:
+    explicit DescriptorsLeft(int count) {
+        ::getrlimit(RLIMIT_NOFILE, &before_);
+        rlimit few = before_;
+        few.rlim_cur = rlim_t(FileDescriptor(::dup(0)).get() + count);
+        ::setrlimit(RLIMIT_NOFILE, &few);
+    }
+    ~DescriptorsLeft() { ::setrlimit(RLIMIT_NOFILE, &before_); }
+
+  private:
+    rlimit before_{};
+};
+
+TEST_F(LinuxConnectionsTest, theLastDescriptorsAreNotForConnections) {
+    serve({});
+    const RawSocket caller(socketPath());
+    const DescriptorsLeft few(10);
+    larkspan::testing::pumpFor(mainThread, 5ms);
+    EXPECT_EQ(caller.receiveUntil("never"), "(hung up)");
+}
+
+// Run by the test below in a process of its own, where nobody else wants descriptors.
+TEST_F(LinuxConnectionsTest, DISABLED_restsWithoutDescriptors) {
+    serve({});
+    const RawSocket caller(socketPath());
+    std::optional<DescriptorsLeft> none(0);
+    const std::clock_t start = std::clock();
+    larkspan::testing::pumpFor(mainThread, 100ms);
+    const auto spent = Seconds(double(std::clock() - start) / CLOCKS_PER_SEC);
+    none.reset();
+    EXPECT_LT(spent, 50ms);
+    expectService();
+}
+
+pid_t startTest(const std::string& name) {
+    const pid_t process = ::fork();
+    if (process == 0) {
+        const std::string filter = "--gtest_filter=" + name;
+        ::execl("/proc/self/exe", "platform_tests", "--gtest_also_run_disabled_tests",
+                "--gtest_brief=1", filter.c_str(), nullptr);
+        ::_exit(127);
+    }
+    return process;
+}
+
+TEST_F(LinuxConnectionsTest, withoutDescriptorsTheServiceDoesNotSpin) {
+    int status = -1;
+    ::waitpid(startTest("LinuxConnectionsTest.DISABLED_restsWithoutDescriptors"), &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
 TEST_F(LinuxConnectionsTest, aServerThatDoesNotSpeakHoldsNobodyUp) {
     const LinuxConnections::Options options{.socketFolder = folder.path() / "run"};
     LinuxConnections client(mainThread, options);
@@ -231,12 +286,7 @@ struct LinuxConnectionsPeerTest : LinuxConnectionsTest {
     void start() {
         const Path run = folder.path() / "run";
         ::setenv("LARKSPAN_TEST_FOLDER", run.c_str(), 1);
-        process = ::fork();
-        if (process == 0) {
-            ::execl("/proc/self/exe", "platform_tests", "--gtest_also_run_disabled_tests",
-                    "--gtest_brief=1", "--gtest_filter=LinuxConnectionsPeer.*", nullptr);
-            ::_exit(127);
-        }
+        process = startTest("LinuxConnectionsPeer.DISABLED_servesUntilKilled");
         connections.emplace(mainThread,
                             LinuxConnections::Options{.socketFolder = run, .patience = 10s});
         const bool serves = pumpUntil(mainThread, [&] {

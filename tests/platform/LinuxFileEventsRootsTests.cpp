@@ -1,8 +1,11 @@
 #include "WatchScene.h"
 #include "platform/linux/MountWatch.h"
 
+#include <atomic>
+#include <cerrno>
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -102,6 +105,26 @@ TEST(LinuxFileEventsRoots, ComesBackAfterRemovalAndMoves) {
     scene.makeFolder("a/b/new");
     EXPECT_TRUE(scene.sees("a/b", rootChanged));
     EXPECT_TRUE(scene.watches("a/b/new"));
+}
+
+// A folder on the way goes just when it is looked at, and is back before the next look.
+TEST(LinuxFileEventsRoots, LooksAgainWhenTheWayVanishesMeanwhile) {
+    std::atomic<int> vanishes{2};
+    FileEventsOptions options;
+    options.calls.addWatch = [&](int descriptor, const char* path, std::uint32_t mask) {
+        if (std::string_view(path).ends_with("/a") && vanishes-- > 0) {
+            errno = ENOENT;
+            return -1;
+        }
+        return inotify_add_watch(descriptor, path, mask);
+    };
+    WatchScene scene(options);
+    scene.start({"a/b"});
+    scene.makeFolder("a");
+    ASSERT_TRUE(scene.waitUntil([&] { return vanishes < 0; }));
+    scene.makeFolder("a/b");
+    EXPECT_TRUE(scene.sees("a/b", rootChanged));
+    EXPECT_TRUE(scene.watches("a/b"));
 }
 
 TEST(LinuxFileEventsRoots, AnEarlierRootTakesItsFoldersFromALaterOne) {

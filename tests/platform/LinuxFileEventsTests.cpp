@@ -176,7 +176,7 @@ TEST(LinuxFileEvents, ABurstLosesNothing) {
         scene.makeFolder("root/" + std::to_string(folder));
     }
     scene.start();
-    for (int file = 0; file < 2000; ++file) {
+    for (int file = 0; file < 1000; ++file) {
         scene.write("root/" + std::to_string(file % folders) + "/" +
                     std::to_string(file / folders));
     }

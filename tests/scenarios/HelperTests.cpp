@@ -83,12 +83,16 @@ TEST_F(HelperTest, ABurstOfSavesLosesNothing) {
     watchWork();
     const auto helper = programs.startHelper();
     constexpr int projects = 50;
-    for (int save = 0; save < 4; ++save) {
+    const auto saveAll = [&](int save) {
         for (int p = 0; p < projects; ++p) {
             writeWhole(programs.work() / ("p" + std::to_string(p) + ".fcp"),
                        "save " + std::to_string(save) + std::string(1000, 'x'));
         }
-    }
+    };
+    saveAll(0);
+    // A new project is only registered at first; what is saved from then on makes versions.
+    ASSERT_TRUE(programs.waitForProjects(projects)) << programs.log();
+    for (int save = 1; save < 5; ++save) saveAll(save);
     const auto isDone = [&] {
         auto versions = programs.versions();
         if (versions.size() != projects) return false;

@@ -48,6 +48,7 @@ struct FakeConnections::Served {
     MainThread& mainThread;
     const FakeConnections* process;
     const ServedObject object;
+    bool ended = false;  // main thread only
     Guarded<std::vector<std::weak_ptr<Inbox>>> clients;
 
     void changeEveryInbox(const std::function<void(Inbox&)>& change) const {
@@ -70,6 +71,7 @@ class FakeConnections::FakeService final : public Service {
     ~FakeService() override {
         const auto served = machine_->services.with(
             [&](auto& services) { return std::move(services.extract(name_).mapped()); });
+        served->ended = true;
         served->changeEveryInbox([](Inbox& inbox) { inbox.lost = true; });
     }
 
@@ -112,7 +114,8 @@ class FakeConnections::FakeClient final : public Client {
 
 Result<Value> FakeConnections::FakeClient::answered(const std::shared_ptr<Served>& served,
                                                     const Question& question) {
-    if (!served) return lostConnection();
+    // Clients that are asking keep it alive beyond its end.
+    if (!served || served->ended) return lostConnection();
     try {
         return question(served->object);
     } catch (const std::exception& failure) {
@@ -169,7 +172,7 @@ FakeConnections::~FakeConnections() = default;
 
 Result<std::unique_ptr<Connections::Service>> FakeConnections::serve(const std::string& name,
                                                                      ServedObject object) {
-    std::shared_ptr<Served> served(new Served{mainThread_, this, std::move(object), {}});
+    std::shared_ptr<Served> served(new Served{mainThread_, this, std::move(object), false, {}});
     const bool added = machine_->services.with(
         [&](auto& services) { return services.emplace(name, std::move(served)).second; });
     if (!added) {

@@ -12,13 +12,23 @@
 #include <vector>
 
 #include <gio/gunixconnection.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 namespace larkspan::platform {
 namespace {
 
 constexpr size_t mostConnections = 64;
+constexpr rlim_t spareDescriptors = 16;
 constexpr Seconds farewell = std::chrono::seconds(1);
+
+// GLib ends the process when it gets no descriptor for its own use, so the last ones are not given
+// to connections. A new descriptor has the lowest free number.
+bool isAmongLastDescriptors(int descriptor) {
+    rlimit limit{};
+    return ::getrlimit(RLIMIT_NOFILE, &limit) == 0 &&
+           static_cast<rlim_t>(descriptor) + spareDescriptors >= limit.rlim_cur;
+}
 
 NodeInfoHandle describeObject(const ServedName& name, const ServedObject& object) {
     std::string xml = "<node><interface name='" + name.interface + "'>";
@@ -149,8 +159,8 @@ void ConnectionService::acceptAll() {
             return;
         }
         // Strangers are turned away before a byte of theirs is read.
-        const bool welcome =
-            peers_.size() + callers_.size() < mostConnections && isPeerSameUser(socket.get());
+        const bool welcome = peers_.size() + callers_.size() < mostConnections &&
+                             !isAmongLastDescriptors(socket.get()) && isPeerSameUser(socket.get());
         if (welcome) authenticate(std::move(socket));
     }
 }

@@ -60,7 +60,7 @@ int FolderWatch::watchRoot(size_t root, bool relist) {
     roots_[root].folder = std::max(folder, 0);
     if (folder > 0) problemSolved(path);
     listWaiting();
-    return std::max(folder, 0);
+    return folder;
 }
 
 void FolderWatch::loseRoot(size_t root) {
@@ -292,6 +292,7 @@ void FolderWatch::lookAtUnwatched() {
     unwatchedTrees_.clear();  // looked at below
     listWaiting();
     std::vector<std::string> trees;
+    trees.reserve(unwatchedTops_.size());
     for (const UnwatchedTop& top : unwatchedTops_) trees.push_back(topPath(top));
     unwatched_.look(trees, [this](const std::string& folder) { reports_.changed(folder, 0); });
 }

@@ -44,7 +44,7 @@ class FolderWatch {
 
     // Watches the folder that the root's path leads to now, instead of the one before. With
     // `relist` everything below is listed again even when the folder is the same. Gives the folder,
-    // 0 when it cannot be watched (see problem()).
+    // or a negative errno value when it cannot be watched (see problem()).
     int watchRoot(size_t root, bool relist);
     // The root's path leads to no folder any more.
     void loseRoot(size_t root);

@@ -49,7 +49,10 @@ class ErrorSlot {
     Error error() const {
         if (!error_) return {"GLib", 0, "unknown error"};
         g_dbus_error_strip_remote_error(error_);
-        return {g_quark_to_string(error_->domain), error_->code, error_->message};
+        // Copied by GLib first: the text may come from a thread of GLib's, and race checkers do not
+        // see how GLib hands it over.
+        const TextHandle text(g_strdup(error_->message));
+        return {g_quark_to_string(error_->domain), error_->code, text.get()};
     }
 
   private:

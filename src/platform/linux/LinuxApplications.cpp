@@ -99,9 +99,8 @@ std::string LinuxApplications::identifierOfExecutable(const Path& executable) {
 // Setting HOME isolates everything: a second instance of a program in another home folder is not
 // its business, nor are programs that tests start in theirs.
 bool LinuxApplications::sharesOurHome(int processID) {
-    const auto home = homeOfProcess(processID);
-    return home.value_or(places_.homeDirectoryForUser(places_.userName()).value_or(Path())) ==
-           places_.homeDirectory();
+    const Path usual = places_.homeDirectoryForUser(places_.userName()).value_or(Path());
+    return homeOfProcess(processID, usual) == places_.homeDirectory();
 }
 
 std::vector<RunningApplication> LinuxApplications::allApplications() {

@@ -21,7 +21,8 @@ class Audience;
 // cannot be served, nobody serves them, and a notification of such a name reaches nobody.
 //
 // Only processes of this user are let in. A service holds at most 64 connections and closes those
-// above; one that does not authenticate in time is closed. Clients work without a main loop.
+// above, and new ones while the process is short of descriptors; one that does not authenticate in
+// time is closed. Clients work without a main loop.
 class LinuxConnections final : public Connections {
   public:
     struct Options {

@@ -31,6 +31,19 @@ long long startOfMachine() {
     return 0;
 }
 
+// A field of the process's stat line, counted from 1 as in proc(5), from the third on.
+std::optional<std::string> statField(int processID, int number) {
+    const auto line = readSmallFile(processFolder(processID) / "stat");
+    if (!line) return std::nullopt;
+    // The second field, the name in brackets, may hold anything; the third stands behind the last
+    // bracket.
+    const size_t nameEnd = line->rfind(") ");
+    if (nameEnd == std::string::npos) return std::nullopt;
+    const std::vector<std::string> fields = split(line->substr(nameEnd + 2), ' ');
+    const auto index = static_cast<size_t>(number - 3);
+    return index < fields.size() ? std::optional(fields[index]) : std::nullopt;
+}
+
 }  // namespace
 
 std::vector<int> processIDsOfUser(unsigned userID) {
@@ -50,27 +63,25 @@ std::optional<Path> executableOfProcess(int processID) {
     return Path(target->str().substr(0, target->str().size() - replacedMark.size()));
 }
 
-std::optional<Path> homeOfProcess(int processID) {
+std::optional<Path> homeOfProcess(int processID, const Path& otherwise) {
     constexpr std::string_view key = "HOME=";
     const auto environment = readSmallFile(processFolder(processID) / "environ");
     if (!environment) return std::nullopt;
     for (const std::string& variable : split(*environment, '\0')) {
         if (variable.starts_with(key)) return Path(variable.substr(key.size()));
     }
-    return std::nullopt;
+    // While a program is being loaded, its environment is not there yet and reads as empty.
+    constexpr int environmentEndField = 51;
+    const auto environmentEnd = statField(processID, environmentEndField);
+    if (!environmentEnd || *environmentEnd == "0") return std::nullopt;
+    return otherwise;
 }
 
 std::optional<std::uint64_t> startTicksOfProcess(int processID) {
-    const auto line = readSmallFile(processFolder(processID) / "stat");
-    if (!line) return std::nullopt;
-    // The second field, the name in brackets, may hold anything; the third stands behind the last
-    // bracket, and the start time is the twenty-second.
-    const size_t nameEnd = line->rfind(") ");
-    if (nameEnd == std::string::npos) return std::nullopt;
-    const std::vector<std::string> fields = split(line->substr(nameEnd + 2), ' ');
-    constexpr size_t startField = 22 - 3;
-    if (fields.size() <= startField) return std::nullopt;
-    return static_cast<std::uint64_t>(integerValue(fields[startField]));
+    constexpr int startField = 22;
+    const auto ticks = statField(processID, startField);
+    if (!ticks) return std::nullopt;
+    return static_cast<std::uint64_t>(integerValue(*ticks));
 }
 
 Date dateFromStartTicks(std::uint64_t ticks) {

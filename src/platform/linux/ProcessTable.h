@@ -17,8 +17,9 @@ std::vector<int> processIDsOfUser(unsigned userID);
 // been replaced; empty when the process is gone or not ours to look at.
 std::optional<Path> executableOfProcess(int processID);
 
-// The home folder that the process was started with (HOME); empty when it has none or is gone.
-std::optional<Path> homeOfProcess(int processID);
+// The home folder that the process was started with (HOME), `otherwise` when it was given none; empty
+// when the process is gone or still being loaded.
+std::optional<Path> homeOfProcess(int processID, const Path& otherwise);
 
 // When the process was started, in clock ticks since the machine was: with the process id it names
 // one process for good. Empty when it is gone.

@@ -16,6 +16,11 @@ constexpr std::uint32_t linkMask = selfMask | IN_ATTRIB | IN_DONT_FOLLOW;
 constexpr std::uint32_t awaitMask =
     selfMask | IN_CREATE | IN_MOVED_TO | IN_ATTRIB | IN_ONLYDIR | IN_EXCL_UNLINK;
 
+// What was there a moment ago is not, or not the same.
+bool hasVanished(int watch) {
+    return watch == -ENOENT || watch == -ENOTDIR || watch == -ELOOP;
+}
+
 }  // namespace
 
 RootWatch::RootWatch(Inotify& inotify, FolderWatch& folders, std::vector<Path> roots,
@@ -100,7 +105,9 @@ void RootWatch::look(size_t index) {
     const TrailEnd end = follow(index);
     if (end.error == 0) {
         root.realPath = end.folder;
-        root.folder = folders_.watchRoot(index, look >= Look::wholeTree);
+        const int folder = folders_.watchRoot(index, look >= Look::wholeTree);
+        if (hasVanished(folder)) mark(index, Look::whereItIs);
+        root.folder = std::max(folder, 0);
         root.problem.clear();
         if (root.folder > 0) steps_.push_back({root.folder, index, ""});
     } else {
@@ -155,9 +162,12 @@ int RootWatch::step(size_t root, const std::string& place, std::uint32_t mask,
                     std::string awaited) {
     const int watch = inotify_.watch(place, mask);
     if (watch > 0) steps_.push_back({watch, root, std::move(awaited)});
-    // A folder that only may not be read hides little: that it is moved.
-    const bool harmless = watch > 0 || watch == -ENOENT || watch == -ENOTDIR || watch == -EACCES;
-    if (!harmless) roots_[root].wayIsWatched = false;
+    if (hasVanished(watch)) {
+        mark(root, Look::whereItIs);
+    } else if (watch < 0 && watch != -EACCES) {
+        // A folder that only may not be read hides little: that it is moved.
+        roots_[root].wayIsWatched = false;
+    }
     return watch;
 }
 
