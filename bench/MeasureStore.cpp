@@ -9,8 +9,18 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
+#include <thread>
 
 namespace larkspan::bench {
+namespace {
+
+// Off the main thread, as in the helper: there a batch run waits for its short log entries.
+void offMainThread(const std::function<void()>& work) {
+    std::thread(work).join();
+}
+
+}  // namespace
 
 int measureDiscover(const std::vector<std::string>& arguments) {
     TemporaryHome home({});
@@ -27,7 +37,7 @@ int measureScan(const std::vector<std::string>& arguments) {
     TemporaryHome home({{"storagePath", arguments[0]}});
     ZBLog::createNewLog();
     ZBLarkspanBackup engine;
-    engine.processProjects();
+    offMainThread([&] { engine.processProjects(); });
     return EXIT_SUCCESS;
 }
 
@@ -35,12 +45,14 @@ int measureRescan(const std::vector<std::string>& arguments) {
     TemporaryHome home({{"storagePath", arguments[0]}});
     ZBLog::createNewLog();
     ZBLarkspanBackup engine;
-    engine.processProjects();
-    const auto start = std::chrono::steady_clock::now();
-    engine.processProjects();
-    const std::chrono::duration<double, std::milli> passed =
-        std::chrono::steady_clock::now() - start;
-    (void)std::printf("ms %.1f\n", passed.count());
+    offMainThread([&] {
+        engine.processProjects();
+        const auto start = std::chrono::steady_clock::now();
+        engine.processProjects();
+        const std::chrono::duration<double, std::milli> passed =
+            std::chrono::steady_clock::now() - start;
+        (void)std::printf("ms %.1f\n", passed.count());
+    });
     return EXIT_SUCCESS;
 }
 

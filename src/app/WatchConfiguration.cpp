@@ -11,11 +11,6 @@ constexpr std::chrono::seconds defaultBackupInterval{630};
 constexpr std::chrono::seconds intervalAllowance{30};
 constexpr Seconds recentRestore{20.0};
 
-bool isWatchedThroughProjects(const Path& folder) {
-    const std::string name = lowercased(folder.lastPathComponent());
-    return name == "final cut projects" || name == "final cut events";
-}
-
 bool isWatchedAsBundle(const Path& project) {
     const std::string extension = lowercased(project.pathExtension());
     return extension == "fcpproject" || extension == "fcpevent";
@@ -30,11 +25,7 @@ bool contains(const std::vector<Path>& paths, const Path& path) {
 std::vector<WatchFolder> watchFolders(const Preferences& preferences, const char* key) {
     std::vector<WatchFolder> folders;
     for (const Value& entry : preferences.array(key)) {
-        const Value* folder = entry.find("folder");
-        const Value* extensions = entry.find("extensions");
-        if (!folder || !folder->string()) continue;
-        const std::string* list = extensions ? extensions->string() : nullptr;
-        folders.push_back({Path(*folder->string()), list ? *list : std::string()});
+        if (auto folder = watchFolder(entry)) folders.push_back(std::move(*folder));
     }
     return folders;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "backup/WatchFolder.h"
 #include "foundation/Date.h"
 #include "foundation/Path.h"
 #include "foundation/Value.h"
@@ -13,12 +14,6 @@
 namespace larkspan {
 
 // What the preferences say about watching, as functions of values.
-
-// A folder to watch and the file extensions of projects in it.
-struct WatchFolder {
-    Path folder;
-    std::string extensions;  // separated by ","
-};
 
 // The entries of a preference (watchFolders, watchDriveFolders) that name a folder.
 std::vector<WatchFolder> watchFolders(const Preferences& preferences, const char* key);

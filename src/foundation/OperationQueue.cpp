@@ -39,9 +39,24 @@ void OperationQueue::addOperation(Operation operation) {
     workAdded_.notify_one();
 }
 
+void OperationQueue::addOperationAndWait(Operation operation) {
+    if (maxConcurrent_ > 1 || isCurrent()) {
+        addOperation(std::move(operation));
+        return waitUntilAllOperationsAreFinished();
+    }
+    std::unique_lock lock(mutex_);
+    if (closing_) return;
+    waiting_.push_back(std::move(operation));
+    waitUntilFinished(lock);
+}
+
 void OperationQueue::waitUntilAllOperationsAreFinished() {
     if (isCurrent()) return;
     std::unique_lock lock(mutex_);
+    waitUntilFinished(lock);
+}
+
+void OperationQueue::waitUntilFinished(std::unique_lock<std::mutex>& lock) {
     while (!waiting_.empty() || running_ > 0) {
         if (maxConcurrent_ == 1 && mayRun()) {
             runNext(lock);

@@ -29,6 +29,10 @@ class OperationQueue {
 
     void addOperation(Operation operation);
 
+    // Adds the operation and waits as below. On a queue that runs one operation at a time and has
+    // nothing else to do, no other thread takes part.
+    void addOperationAndWait(Operation operation);
+
     // Returns when every operation added before and during the wait has finished. On a queue that
     // runs one operation at a time the caller lends its thread, so that waiting costs no change of
     // thread. Called from one of the queue's own operations it returns at once.
@@ -43,6 +47,7 @@ class OperationQueue {
   private:
     void work();
     void runNext(std::unique_lock<std::mutex>& lock);
+    void waitUntilFinished(std::unique_lock<std::mutex>& lock);
     bool mayRun() const { return !waiting_.empty() && running_ < maxConcurrent_; }
 
     const int maxConcurrent_;

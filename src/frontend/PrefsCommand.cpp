@@ -97,7 +97,7 @@ bool acceptStore(Context& context, const Path& root) {
     const auto list = readWatchList(context);
     const auto before = storeRoot(context);
     if (!list) return false;
-    for (const WatchEntry& entry : watchEntries(*list)) {
+    for (const WatchFolder& entry : watchEntries(*list)) {
         const std::string conflict = storeConflict(entry.folder, root);
         if (conflict.empty()) continue;
         context.output.error(conflict, "Choose a folder apart from the watched ones.");

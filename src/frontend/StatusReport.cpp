@@ -1,7 +1,6 @@
 #include "frontend/StatusReport.h"
 
 #include "backup/StoreLayout.h"
-#include "foundation/Text.h"
 #include "frontend/Format.h"
 #include "frontend/Settings.h"
 #include "kit/Preferences.h"
@@ -18,11 +17,6 @@ constexpr std::uint64_t leastFreeSpace = 100'000'000;
 
 platform::Platform& current() {
     return platform::Platform::current();
-}
-
-bool isWatchedThroughProjects(const Path& folder) {
-    const std::string name = lowercased(folder.lastPathComponent());
-    return name == "final cut projects" || name == "final cut events";
 }
 
 const WatchedFolder* find(const HelperFacts& helper, const Path& folder) {
@@ -80,7 +74,7 @@ void addHelper(StatusReport& report) {
 
 void addFolders(StatusReport& report, const Preferences& preferences) {
     const HelperFacts* helper = report.helper ? &*report.helper : nullptr;
-    for (const WatchEntry& entry : watchEntries(preferences.array(watchFoldersKey))) {
+    for (const WatchFolder& entry : watchEntries(preferences.array(watchFoldersKey))) {
         const bool exists = current().files.isFolder(entry.folder);
         report.folders.push_back(folderStatus(entry, exists, helper));
         if (auto trouble = folderTrouble(report.folders.back())) {
@@ -121,7 +115,7 @@ void addStore(StatusReport& report, const Preferences& preferences) {
 
 }  // namespace
 
-FolderStatus folderStatus(const WatchEntry& entry, bool exists, const HelperFacts* helper) {
+FolderStatus folderStatus(const WatchFolder& entry, bool exists, const HelperFacts* helper) {
     FolderStatus status{entry.folder, entry.extensions, exists, Watched::unknown, ""};
     if (!helper) return status;
     if (isWatchedThroughProjects(entry.folder)) {

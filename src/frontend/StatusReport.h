@@ -61,7 +61,7 @@ struct StatusReport {
 
 // A folder of the watch list beside what the helper says of it. Folders of Final Cut projects and
 // events are watched through the projects found in them, not as a whole.
-FolderStatus folderStatus(const WatchEntry& entry, bool exists, const HelperFacts* helper);
+FolderStatus folderStatus(const WatchFolder& entry, bool exists, const HelperFacts* helper);
 
 // What is wrong with a folder or a store; nothing when all is well.
 std::optional<Trouble> folderTrouble(const FolderStatus& folder);

@@ -14,13 +14,10 @@
 namespace larkspan {
 namespace {
 
-std::optional<WatchEntry> watchEntry(const Value& value) {
-    const Value* folder = value.find("folder");
-    if (!folder || !folder->string()) return std::nullopt;
-    const Value* extensions = value.find("extensions");
-    const bool hasText = extensions && extensions->string();
-    return WatchEntry{withoutSlash(Path(*folder->string())),
-                      hasText ? *extensions->string() : std::string()};
+std::optional<WatchFolder> watchEntry(const Value& value) {
+    auto entry = watchFolder(value);
+    if (entry) entry->folder = withoutSlash(entry->folder);
+    return entry;
 }
 
 bool isEntryFor(const Value& value, const Path& folder) {
@@ -84,8 +81,8 @@ Path withoutSlash(const Path& path) {
     return Path(path.str().substr(0, last + 1));
 }
 
-std::vector<WatchEntry> watchEntries(const Value::Array& list) {
-    std::vector<WatchEntry> entries;
+std::vector<WatchFolder> watchEntries(const Value::Array& list) {
+    std::vector<WatchFolder> entries;
     for (const Value& value : list) {
         if (auto entry = watchEntry(value)) entries.push_back(std::move(*entry));
     }
@@ -138,9 +135,9 @@ std::string storeConflict(const Path& folder, const Path& storeRoot) {
     return {};
 }
 
-std::vector<Path> overlappingFolders(const std::vector<WatchEntry>& entries, const Path& folder) {
+std::vector<Path> overlappingFolders(const std::vector<WatchFolder>& entries, const Path& folder) {
     std::vector<Path> found;
-    for (const WatchEntry& entry : entries) {
+    for (const WatchFolder& entry : entries) {
         if (entry.folder == folder) continue;
         const bool overlaps = entry.folder.isWithin(folder) || folder.isWithin(entry.folder);
         if (overlaps) found.push_back(entry.folder);
@@ -148,9 +145,9 @@ std::vector<Path> overlappingFolders(const std::vector<WatchEntry>& entries, con
     return found;
 }
 
-std::vector<Path> nearFolders(const std::vector<WatchEntry>& entries, const Path& typed) {
+std::vector<Path> nearFolders(const std::vector<WatchFolder>& entries, const Path& typed) {
     std::vector<Path> near;
-    for (const WatchEntry& entry : entries) {
+    for (const WatchFolder& entry : entries) {
         const std::string name = entry.folder.lastPathComponent();
         const bool isNear = !nearest({name}, typed.lastPathComponent()).empty() ||
                             !nearest({entry.folder.str()}, typed.str()).empty() ||

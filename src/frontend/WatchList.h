@@ -1,5 +1,6 @@
 #pragma once
 
+#include "backup/WatchFolder.h"
 #include "foundation/Path.h"
 #include "foundation/Value.h"
 #include "frontend/Command.h"
@@ -17,15 +18,11 @@ namespace larkspan {
 inline constexpr const char* watchFoldersKey = "watchFolders";
 inline constexpr const char* defaultExtensions = "fcp,fcpproject,fcpevent,fcpbundle,prproj,xml";
 
-struct WatchEntry {
-    Path folder;  // without a slash at its end
-    std::string extensions;
-};
-
 // "/Edit" of "/Edit/"; "/" stays.
 Path withoutSlash(const Path& path);
 
-std::vector<WatchEntry> watchEntries(const Value::Array& list);
+// The proper entries, their folders without a slash at the end.
+std::vector<WatchFolder> watchEntries(const Value::Array& list);
 
 // "fcp, .PRPROJ,," is "fcp,prproj"; "" when nothing is left.
 std::string tidyExtensions(const std::string& list);
@@ -40,10 +37,10 @@ Value::Array withoutFolder(Value::Array list, const Path& folder);
 std::string storeConflict(const Path& folder, const Path& storeRoot);
 
 // Watch entries that hold the folder or lie in it; projects in both would be registered twice.
-std::vector<Path> overlappingFolders(const std::vector<WatchEntry>& entries, const Path& folder);
+std::vector<Path> overlappingFolders(const std::vector<WatchFolder>& entries, const Path& folder);
 
 // The entries that somebody may have meant who typed a folder that is not listed.
-std::vector<Path> nearFolders(const std::vector<WatchEntry>& entries, const Path& typed);
+std::vector<Path> nearFolders(const std::vector<WatchFolder>& entries, const Path& typed);
 
 enum class Addition { added, changed, unchanged, failed };
 

@@ -18,7 +18,7 @@ ExitStatus watchList(const Arguments& arguments, Context& context) {
     platform::Files& files = platform::Platform::current().files;
     Table table({{"FOLDER"}, {"EXTENSIONS"}, {"STATE"}});
     Value::Array folders;
-    for (const WatchEntry& entry : watchEntries(*list)) {
+    for (const WatchFolder& entry : watchEntries(*list)) {
         const bool exists = files.isFolder(entry.folder);
         table.addRow({entry.folder.str(), entry.extensions, exists ? "there" : "missing"});
         folders.emplace_back(Value::Dictionary{

@@ -8,7 +8,7 @@
 namespace larkspan {
 namespace {
 
-std::string advice(const std::vector<WatchEntry>& entries, const Path& folder) {
+std::string advice(const std::vector<WatchFolder>& entries, const Path& folder) {
     if (entries.empty()) return "The watch list is empty.";
     const auto near = nearFolders(entries, folder);
     if (near.empty()) return "See what is listed with: larkspan watch list";

@@ -185,20 +185,30 @@ void ZBLog::queueHeader() {
     fastAppendLog("Running in 64-bit mode\n");
 }
 
-void ZBLog::appendTextToLog(std::string_view text) {
-    const std::string entry(trimmed(text));
-    if (entry.empty()) return;
+OperationQueue::Operation ZBLog::takeIn(std::string_view text) {
+    std::string entry(trimmed(text));
+    if (entry.empty()) return {};
     bytesInQueue_ += characterCount(entry);
-    writeQueue_.addOperation([this, entry] { appendLogOnThread(entry); });
+    return [this, entry = std::move(entry)] { appendLogOnThread(entry); };
+}
+
+void ZBLog::appendTextToLog(std::string_view text) {
+    if (auto write = takeIn(text)) writeQueue_.addOperation(std::move(write));
 }
 
 void ZBLog::appendTextAndWait(const std::string& text) {
     ZBLog& log = sharedController();
-    log.appendTextToLog(text);
-    if (current().mainThread.isCurrent()) return;
+    auto write = log.takeIn(text);
     const size_t length = characterCount(text);
-    const bool isShort = length >= 1 && length < shortEntry;
-    if (isShort && log.bytesInQueue_ < shortEntry) finishWriting();
+    const bool isShort = length >= 1 && length < shortEntry && log.bytesInQueue_ < shortEntry;
+    const bool waits = isShort && !current().mainThread.isCurrent();
+    if (write && waits) {
+        log.writeQueue_.addOperationAndWait(std::move(write));
+    } else if (write) {
+        log.writeQueue_.addOperation(std::move(write));
+    } else if (waits) {
+        finishWriting();
+    }
 }
 
 void ZBLog::appendAndPrintText(std::string_view text) {

@@ -80,6 +80,8 @@ class ZBLog {
     ZBLog();
 
     static void appendTextAndWait(const std::string& text);
+    // Counts the text as queued and gives what writes it; empty for a text of blanks.
+    OperationQueue::Operation takeIn(std::string_view text);
     void startGeneration(const std::optional<std::string>& name);
     bool rotateGenerations();
     void openGeneration();

@@ -92,7 +92,7 @@ TEST_F(StatusTest, AStoreThatCannotTakeVersionsIsWrong) {
 
 TEST(StatusReportTest, FoldersOfFinalCutAreWatchedThroughTheirProjects) {
     const HelperFacts helper;
-    const WatchEntry entry{Path("/Movies/Final Cut Projects"), "fcpproject"};
+    const WatchFolder entry{Path("/Movies/Final Cut Projects"), "fcpproject"};
     const FolderStatus status = folderStatus(entry, true, &helper);
     EXPECT_EQ(status.watched, Watched::throughProjects);
     EXPECT_FALSE(folderTrouble(status));

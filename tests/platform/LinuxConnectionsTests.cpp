@@ -226,6 +226,9 @@ pid_t startTest(const std::string& name) {
 }
 
 TEST_F(LinuxConnectionsTest, withoutDescriptorsTheServiceDoesNotSpin) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizer opens pipes of its own to look at objects";
+#endif
     int status = -1;
     ::waitpid(startTest("LinuxConnectionsTest.DISABLED_restsWithoutDescriptors"), &status, 0);
     EXPECT_EQ(status, 0);

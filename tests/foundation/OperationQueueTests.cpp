@@ -100,6 +100,33 @@ TEST(OperationQueue, AThreadThatLendsItselfRunsOperationsLikeTheQueuesOwn) {
     EXPECT_FALSE(queue.isCurrent());
 }
 
+TEST(OperationQueue, AddingAndWaitingNeedsNoOtherThread) {
+    OperationQueue queue(1);
+    std::thread::id thread;
+    queue.addOperationAndWait([&] { thread = std::this_thread::get_id(); });
+    EXPECT_EQ(thread, std::this_thread::get_id());
+}
+
+TEST(OperationQueue, AddingAndWaitingKeepsTheOrder) {
+    for (const int maxConcurrent : {1, 3}) {
+        OperationQueue queue(maxConcurrent);
+        std::atomic<int> finished = 0;
+        std::vector<int> before;
+        for (int i = 0; i < 20; ++i) {
+            queue.addOperation([&] { ++finished; });
+            queue.addOperationAndWait(
+                [&] { before.push_back(maxConcurrent == 1 ? +finished : i); });
+            EXPECT_EQ(finished, i + 1);
+        }
+        for (int i = 0; i < 20; ++i) EXPECT_EQ(before[size_t(i)], maxConcurrent == 1 ? i + 1 : i);
+        queue.addOperationAndWait([&] {
+            queue.addOperationAndWait([&] { ++finished; });
+            EXPECT_EQ(finished, 20);
+        });
+        EXPECT_EQ(finished, 21);
+    }
+}
+
 TEST(OperationQueue, AnExceptionIsReportedAndTheQueueGoesOn) {
     std::vector<std::string> reasons;
     OperationQueue queue(1, [&](const std::string& reason) { reasons.push_back(reason); });
