@@ -4,6 +4,7 @@
 #include "platform/fake/FakeStandardPlaces.h"
 #include "platform/linux/LinuxApplications.h"
 #include "platform/linux/LinuxProcesses.h"
+#include "platform/linux/ProcessTable.h"
 #include "support/Pump.h"
 #include "support/TemporaryFolder.h"
 
@@ -75,7 +76,11 @@ struct LinuxScene {
             {.launchPath = executable, .arguments = {"60"}, .environment = environment});
         if (!process) throw std::runtime_error(process.error().description);
         started.push_back(*process);
-        return (*process)->processID();
+        const int number = (*process)->processID();
+        // The program may still be being loaded.
+        const auto isLoaded = [&] { return homeOfProcess(number, home).has_value(); };
+        if (!testing::pumpUntil(mainThread, isLoaded)) throw std::runtime_error("not loaded");
+        return number;
     }
     RunningApplication start(const std::string& identifier) {
         const Path bundle = install(identifier);
