@@ -80,6 +80,7 @@ TEST_F(ZBFileManagerTest, TriesAgainWithAdministratorRightsOnlyWhereRightsAreMis
     ASSERT_FALSE(fake.files.setPermissions(mkdir, 0755));
     fake.processes.setProgram(mkdir, {});
     const auto tried = [&](unsigned user, int errorNumber) {
+        ZBLog::finishWriting();  // the writer asks for the user, too
         fake.places.id = user;
         fake.faults.refuseCall(platform::FileOperation::createFolder, 1, errorNumber);
         return ZBFileManager::createDirectory(Path("/S/new"));
