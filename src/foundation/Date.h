@@ -25,6 +25,9 @@ constexpr Seconds secondsBetween(Date earlier, Date later) {
 // "YYYY-MM-DD HH:MM:SS ±HHMM" in the local time zone, fractions of a second cut off.
 std::string dateDescription(Date date);
 
+// "YYYYMMDDHHMMSS" in the local time zone, for names.
+std::string dateDigits(Date date);
+
 // The date made from a count of whole seconds and nanoseconds since 1970. What a Date cannot hold
 // (years before 1678 and after 2261, as damaged files have them) becomes the nearest limit.
 constexpr Date dateFromUnixTime(long long seconds, long nanoseconds = 0) {

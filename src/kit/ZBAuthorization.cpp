@@ -1,27 +1,275 @@
 #include "kit/ZBAuthorization.h"
 
+#include "foundation/MessageText.h"
+#include "kit/ZBLocalPaths.h"
+#include "kit/ZBLog.h"
 #include "kit/ZBTaskEx.h"
+#include "platform/Clock.h"
 #include "platform/Console.h"
+#include "platform/Files.h"
 #include "platform/Platform.h"
-#include "platform/StandardPlaces.h"
+#include "platform/Privileges.h"
+
+#include <utility>
 
 namespace larkspan {
+namespace {
 
-ZBAuthorization& ZBAuthorization::sharedController() {
-    static ZBAuthorization controller;
-    return controller;
+constexpr Seconds afterCreating = std::chrono::microseconds(500);
+constexpr size_t mostNamesRemembered = 1000;
+
+std::mutex instanceMutex;
+std::unique_ptr<ZBAuthorization> instance;
+
+platform::Platform& current() {
+    return platform::Platform::current();
+}
+
+bool isRoot() {
+    return current().places.userID() == 0;
+}
+
+template <class... Arguments>
+void report(MessageText<Arguments...> text, const Arguments&... arguments) {
+    current().console.report(text.format(arguments...));
+}
+
+// Whether a tool may be given the path: it names the same thing from every folder, can be taken for
+// no option, and names an entry.
+bool isPlain(const Path& path) {
+    const std::string name = path.lastPathComponent();
+    if (path.isAbsolute() && name != "." && name != "..") return true;
+    report("Unable to use path %@ with administrator rights.", path);
+    return false;
+}
+
+// Whether something stands under the name, be it a link that leads nowhere.
+bool isTaken(const Path& path) {
+    return current().files.linkInfo(path).has_value();
+}
+
+// The entries of a folder; empty when it cannot be listed.
+std::vector<Path> entriesOf(const Path& folder) {
+    std::vector<Path> paths;
+    const auto entries = current().files.contentsOfFolder(folder);
+    if (!entries) return paths;
+    for (const auto& entry : *entries) paths.push_back(folder / entry.name);
+    return paths;
+}
+
+// Whether both ends of a move or copy can be handed to a tool.
+bool canTransfer(const char* operation, const std::optional<Path>& path,
+                 const std::optional<Path>& toPath) {
+    if (!path) report("Error in %s: old path is null", operation);
+    if (path && !toPath) report("Error in %s: new path is null", operation);
+    return path && toPath && isPlain(*path) && isPlain(*toPath);
+}
+
+}  // namespace
+
+ZBAuthorization& ZBAuthorization::sharedController(WithGUI withGUI) {
+    const std::lock_guard lock(instanceMutex);
+    if (!instance) instance = withGUI == WithGUI::yes ? init() : initWithoutGUI();
+    return *instance;
+}
+
+void ZBAuthorization::discardSharedController() {
+    const std::lock_guard lock(instanceMutex);
+    instance.reset();
+}
+
+std::unique_ptr<ZBAuthorization> ZBAuthorization::init() {
+    return std::unique_ptr<ZBAuthorization>(new ZBAuthorization(WithGUI::yes));
+}
+
+std::unique_ptr<ZBAuthorization> ZBAuthorization::initWithoutGUI() {
+    return std::unique_ptr<ZBAuthorization>(new ZBAuthorization(WithGUI::no));
+}
+
+ZBAuthorization::ZBAuthorization(WithGUI withGUI)
+    : hasGUI_(withGUI == WithGUI::yes), authRef_(current().privileges.inheritedAuthorization()) {
+    if (!isRoot()) userDirectory_ = ZBLocalPaths::userDirectory();
+}
+
+ZBAuthorization::~ZBAuthorization() {
+    authEnd();
 }
 
 bool ZBAuthorization::isAuthorized() const {
-    return platform::Platform::current().places.userID() == 0;
+    return isRoot() || authRef_.copy() != nullptr;
+}
+
+bool ZBAuthorization::canAuthorize() const {
+    return hasGUI_ || isRoot();
+}
+
+bool ZBAuthorization::authStart() {
+    const std::lock_guard lock(asking_);
+    if (isAuthorized()) return true;
+    if (!hasGUI_) {
+        report("Unable to authorize");
+        return false;
+    }
+    std::shared_ptr<platform::Authorization> granted = current().privileges.authorize();
+    authRef_.with([&](auto& authRef) { authRef = granted; });
+    return granted != nullptr;
+}
+
+bool ZBAuthorization::authStartWithUser(const std::optional<std::string>& user,
+                                        std::optional<Secret> password) {
+    if (isRoot()) return true;
+    if (!user || !password) return false;
+    const std::lock_guard lock(asking_);
+    auto granted = current().privileges.authorize(*user, *password);
+    password.reset();
+    authRef_.with([&](auto& authRef) { authRef.reset(); });
+    if (granted) {
+        authRef_.with([&](auto& authRef) { authRef = std::move(*granted); });
+        return true;
+    }
+    if (granted.error().is(platform::privilegesErrorDomain, platform::authorizationDenied)) {
+        report("Authorization failed. Invalid username or password");
+        ZBLog::appendLog("Authorization failed. Invalid username or password");
+    } else {
+        report("Unable to create authRef - error %d", granted.error().code);
+    }
+    return false;
+}
+
+void ZBAuthorization::authEnd() {
+    // Given up outside the lock: the system may take its time.
+    const auto givenUp =
+        authRef_.with([](auto& authRef) { return std::exchange(authRef, nullptr); });
+}
+
+std::int32_t ZBAuthorization::authExecTask(const Path& path,
+                                           const std::vector<std::string>& parameters,
+                                           Async async) {
+    if (!current().files.exists(path)) {
+        report("Unable to execute task: path %@ doesn't exist", path);
+        return toolMissing;
+    }
+    if (isRoot()) {
+        if (async == Async::yes) {
+            ZBTaskEx::runTaskAndReturn(path, parameters);
+        } else {
+            (void)ZBTaskEx::runTask(path, parameters);
+        }
+        return 0;
+    }
+    if (!isAuthorized() && !authStart()) return notAuthorized;
+    const auto authorization = authRef_.copy();
+    if (!authorization) return notAuthorized;  // given up meanwhile
+    using platform::WaitForOutput;
+    return authorization->execute(path, parameters,
+                                  async == Async::no ? WaitForOutput::yes : WaitForOutput::no);
+}
+
+// As root whatever becomes of it, even that it cannot be started, is success.
+bool ZBAuthorization::runTool(const char* tool, const std::vector<std::string>& parameters) {
+    if (!isRoot()) return authExecTask(Path(tool), parameters) == 0;
+    ZBTaskEx::runTaskAndReturn(Path(tool), parameters);
+    return true;
+}
+
+bool ZBAuthorization::authRemoveFile(const Path& path) {
+    if (ZBLocalPaths::leadsToSystemDirectory(path)) {
+        report("Unable to delete path %@ because it is a system directory.", path);
+        return false;
+    }
+    return isPlain(path) && authExecTask(Path("/bin/rm"), {"-Rdf", path.str()}) == 0;
+}
+
+std::optional<Path> ZBAuthorization::trashTarget(const Path& path) {
+    std::optional<Path> trash = ZBLocalPaths::trashDirectory();
+    if (isRoot() && userDirectory_) {
+        trash = *userDirectory_ / current().places.trashFolderInHome();
+    }
+    if (!trash) return std::nullopt;
+    const Path plain = *trash / path.lastPathComponent();
+    return trashNamesGivenOut_.with([&](std::set<Path>& givenOut) {
+        if (givenOut.size() >= mostNamesRemembered) givenOut.clear();
+        const auto isFree = [&](const Path& name) {
+            return !isTaken(name) && !givenOut.contains(name);
+        };
+        Path target = plain;
+        // With a dot at the end of a name without extension, on purpose: the names in the Trash
+        // have always been so.
+        const std::string extension = path.pathExtension();
+        const std::string date = dateDigits(current().clock.now());
+        for (int again = 1; !isFree(target); ++again) {
+            const std::string dated = again == 1 ? date : messageText("%@-%i", date, again);
+            target = Path(messageText("%@_%@.%@", plain.deletingPathExtension(), dated, extension));
+        }
+        givenOut.insert(target);
+        return target;
+    });
+}
+
+bool ZBAuthorization::authTrashFile(const Path& path, DeleteOnRootAccount deleteOnRootAccount) {
+    if (ZBLocalPaths::leadsToSystemDirectory(path)) {
+        report("Unable to trash path %@ because it is a system directory.", path);
+        return false;
+    }
+    if (!isPlain(path)) return false;
+    const std::optional<Path> target = trashTarget(path);
+    if (!target) return false;
+    const bool deletes = deleteOnRootAccount == DeleteOnRootAccount::yes;
+    // The target, not the item, on purpose: nothing is there, so that the item stays.
+    if (isRoot() && !userDirectory_ && deletes) return authRemoveFile(*target);
+    return authMoveFile(path, *target);
+}
+
+bool ZBAuthorization::authTrashFolderContents(const Path& path,
+                                              DeleteOnRootAccount deleteOnRootAccount) {
+    if (ZBLocalPaths::leadsToSystemDirectory(path)) {
+        report("Unable to trash folder contents of path %@ because it is a system directory.",
+               path);
+        return false;
+    }
+    const bool keeps =
+        userDirectory_ || !isRoot() || deleteOnRootAccount == DeleteOnRootAccount::no;
+    bool all = isPlain(path);
+    for (const Path& entry : all ? entriesOf(path) : std::vector<Path>()) {
+        const bool done = keeps ? authTrashFile(entry)
+                                : authExecTask(Path("/bin/rm"), {"-R", "-f", entry.str()}) == 0;
+        all = all && done;
+    }
+    return all;
+}
+
+bool ZBAuthorization::authMoveFolderContents(const Path& path, const Path& toPath) {
+    if (ZBLocalPaths::leadsToSystemDirectory(path)) {
+        report("Unable to move contents of path %@ because it is a system directory.", path);
+        return false;
+    }
+    bool all = isPlain(path) && isPlain(toPath);
+    for (const Path& entry : all ? entriesOf(path) : std::vector<Path>()) {
+        const bool done = authMoveFile(entry, toPath / entry.lastPathComponent());
+        all = all && done;
+    }
+    return all;
+}
+
+bool ZBAuthorization::authMoveFile(const std::optional<Path>& path,
+                                   const std::optional<Path>& toPath) {
+    if (!canTransfer("authMoveFile", path, toPath)) return false;
+    if (ZBLocalPaths::leadsToSystemDirectory(*path)) {
+        report("Unable to move path %@ because it is a system directory.", *path);
+        return false;
+    }
+    return isTaken(*path) && runTool("/bin/mv", {"-f", path->str(), toPath->str()});
+}
+
+bool ZBAuthorization::authCopyFile(const std::optional<Path>& path,
+                                   const std::optional<Path>& toPath) {
+    if (!canTransfer("authCopyFile", path, toPath)) return false;
+    return isTaken(*path) && runTool("/bin/cp", {"-f", "-p", "-R", path->str(), toPath->str()});
 }
 
 bool ZBAuthorization::authCreateDir(const Path& path) {
-    if (!isAuthorized()) {
-        platform::Platform::current().console.report("Unable to authorize");
-        return false;
-    }
-    ZBTaskEx::runTaskAndReturn(Path("/bin/mkdir"), {"-p", path.str()});
+    if (!isPlain(path) || !runTool("/bin/mkdir", {"-p", path.str()})) return false;
+    if (!isRoot()) current().clock.sleepFor(afterCreating);
     return true;
 }
 

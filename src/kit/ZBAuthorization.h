@@ -1,25 +1,101 @@
 #pragma once
 
+#include "foundation/Guarded.h"
 #include "foundation/Path.h"
+#include "foundation/Secret.h"
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
 
 namespace larkspan {
 
-// File operations with administrator rights. A process without a user interface cannot ask for
-// them: it has them when it runs as root, and is refused otherwise. Any thread.
+namespace platform {
+class Authorization;
+}
+
+enum class WithGUI { no, yes };
+enum class Async { no, yes };
+enum class DeleteOnRootAccount { no, yes };
+
+// File operations with administrator rights, for when the ordinary ones fail for want of them. They
+// run the system's own tools: as root at once, else with an authorization that a person is asked
+// for at the first need (or that authStartWithUser got) and that is kept until authEnd.
+//
+//   if (ZBAuthorization::sharedController().authRemoveFile(path)) waitUntilGone(path);
+//
+// A true result says that the tool was started. It is not waited for, and its failure not seen:
+// callers look for the result on disk. Paths must be absolute: a relative one is refused, since a
+// tool of another user starts in another folder and may take a name for an option. Standard folders
+// (ZBLocalPaths::leadsToSystemDirectory) are never removed, moved or trashed. What is refused
+// starts nothing, and why goes to the system console. Any thread; at most one person is asked at a
+// time.
 class ZBAuthorization {
   public:
-    static ZBAuthorization& sharedController();
+    // Made on first use; whether it may ask a person is settled then.
+    static ZBAuthorization& sharedController(WithGUI withGUI = WithGUI::yes);
+    // Gives the authorization up and forgets the instance: before the platform goes.
+    static void discardSharedController();
+
     ZBAuthorization(const ZBAuthorization&) = delete;
     ZBAuthorization& operator=(const ZBAuthorization&) = delete;
+    ~ZBAuthorization();
 
     bool isAuthorized() const;
+    bool canAuthorize() const;
 
-    // Creates a folder with those above it. As root the tool is started and not waited for; the
-    // result is then true, and callers look for the folder.
+    // True when authorized, now or before; asks a person only with a user interface.
+    [[nodiscard]] bool authStart();
+    // By name and password, without asking. The password is overwritten afterwards.
+    [[nodiscard]] bool authStartWithUser(const std::optional<std::string>& user,
+                                         std::optional<Secret> password);
+    void authEnd();
+
+    static constexpr std::int32_t notAuthorized = -1;
+    static constexpr std::int32_t toolMissing = -2;
+    // 0 when the tool was started, one of the above, or the system's status. Without `async`,
+    // returns when the tool has finished. The tool and its arguments are the caller's affair: no
+    // path among them is checked.
+    [[nodiscard]] std::int32_t authExecTask(const Path& path,
+                                            const std::vector<std::string>& parameters = {},
+                                            Async async = Async::yes);
+
+    // With everything in it. A missing file is no failure.
+    [[nodiscard]] bool authRemoveFile(const Path& path);
+    // Moves it to the user's Trash, where its name gets the date added when it is taken.
+    [[nodiscard]] bool authTrashFile(
+        const Path& path, DeleteOnRootAccount deleteOnRootAccount = DeleteOnRootAccount::no);
+    // Every entry is tried; false when any failed.
+    [[nodiscard]] bool authTrashFolderContents(
+        const Path& path, DeleteOnRootAccount deleteOnRootAccount = DeleteOnRootAccount::no);
+    [[nodiscard]] bool authMoveFolderContents(const Path& path, const Path& toPath);
+    // Replaces what is at the destination. Nothing for a path is an error of its own; a missing
+    // source gives false.
+    [[nodiscard]] bool authMoveFile(const std::optional<Path>& path,
+                                    const std::optional<Path>& toPath);
+    [[nodiscard]] bool authCopyFile(const std::optional<Path>& path,
+                                    const std::optional<Path>& toPath);
+    // With those above it.
     [[nodiscard]] bool authCreateDir(const Path& path);
 
   private:
-    ZBAuthorization() = default;
+    explicit ZBAuthorization(WithGUI withGUI);
+    static std::unique_ptr<ZBAuthorization> init();
+    static std::unique_ptr<ZBAuthorization> initWithoutGUI();
+
+    [[nodiscard]] bool runTool(const char* tool, const std::vector<std::string>& parameters);
+    std::optional<Path> trashTarget(const Path& path);
+
+    const bool hasGUI_;
+    std::optional<Path> userDirectory_;  // only when not root at the start
+    std::mutex asking_;                  // held while a person is asked
+    Guarded<std::shared_ptr<platform::Authorization>> authRef_;
+    // Names in the Trash given out: a move there may still be under way when the next comes.
+    Guarded<std::set<Path>> trashNamesGivenOut_;
 };
 
 }  // namespace larkspan

@@ -1,6 +1,7 @@
 #include "kit/ZBLocalPaths.h"
 
 #include "foundation/Uuid.h"
+#include "platform/Files.h"
 #include "platform/Platform.h"
 
 #include <algorithm>
@@ -41,6 +42,63 @@ std::string withoutRootsHome(std::string path) {
     // lie where this puts them.
     if (path.starts_with("/private/var/root")) path.erase(0, 16);
     return path;
+}
+
+// Every folder that is protected with an exact match, the root aside.
+std::vector<Path> protectedFolders() {
+    const std::optional<Path> standard[] = {
+        ZBLocalPaths::applicationDirectory(UserDomain::yes),
+        ZBLocalPaths::applicationDirectory(UserDomain::no),
+        ZBLocalPaths::adminApplicationDirectory(UserDomain::yes),
+        ZBLocalPaths::adminApplicationDirectory(UserDomain::no),
+        ZBLocalPaths::documentDirectory(UserDomain::yes),
+        ZBLocalPaths::documentDirectory(UserDomain::no),
+        ZBLocalPaths::libraryDirectory(UserDomain::yes),
+        ZBLocalPaths::libraryDirectory(UserDomain::no),
+        ZBLocalPaths::prefsDirectory(UserDomain::yes),
+        ZBLocalPaths::prefsDirectory(UserDomain::no),
+        ZBLocalPaths::cacheDirectory(UserDomain::yes),
+        ZBLocalPaths::cacheDirectory(UserDomain::no),
+        ZBLocalPaths::appSupportDirectory(UserDomain::yes),
+        ZBLocalPaths::appSupportDirectory(UserDomain::no),
+        ZBLocalPaths::desktopDirectory(),
+        ZBLocalPaths::userDirectory(),
+        ZBLocalPaths::systemLibraryDirectory(),
+        ZBLocalPaths::localDocumentationDirectory(),
+        Path("/Users/Shared"),
+        Path("/Volumes"),
+    };
+    std::vector<Path> folders;
+    for (const auto& folder : standard) {
+        if (folder) folders.push_back(*folder);
+    }
+    const std::vector<Path> further = places().protectedFolders();
+    folders.insert(folders.end(), further.begin(), further.end());
+    if (!ZBLocalPaths::actsForConsoleUser()) return folders;
+    // The same in the home of the user for whom root acts.
+    const std::optional<Path> home = ZBLocalPaths::userDirectory();
+    for (const Path& folder : further) {
+        const bool isInHome = home && folder.isWithin(places().homeDirectory());
+        if (isInHome) folders.push_back(*home / withoutRootsHome(folder.str()));
+    }
+    return folders;
+}
+
+bool isListed(const Path& path, const std::vector<Path>& folders) {
+    return std::ranges::find(folders, path) != folders.end();
+}
+
+// Without doubled slashes, "." and "..", by the text alone.
+Path withoutDots(const Path& path) {
+    Path plain("/");
+    for (const std::string& component : path.pathComponents()) {
+        if (component == "..") {
+            plain = plain.deletingLastPathComponent();
+        } else if (component != ".") {
+            plain = plain / component;
+        }
+    }
+    return plain;
 }
 
 }  // namespace
@@ -156,30 +214,7 @@ bool ZBLocalPaths::isPathSystemDirectory(const Path& path, ExactMatch exactMatch
     // The slash and one letter more, on purpose: what a trailing slash protects stays as it was.
     if (text.ends_with('/')) text.erase(text.size() - 2);
 
-    const std::array<std::optional<Path>, 20> protectedFolders = {
-        applicationDirectory(UserDomain::yes),
-        applicationDirectory(UserDomain::no),
-        adminApplicationDirectory(UserDomain::yes),
-        adminApplicationDirectory(UserDomain::no),
-        documentDirectory(UserDomain::yes),
-        documentDirectory(UserDomain::no),
-        libraryDirectory(UserDomain::yes),
-        libraryDirectory(UserDomain::no),
-        prefsDirectory(UserDomain::yes),
-        prefsDirectory(UserDomain::no),
-        cacheDirectory(UserDomain::yes),
-        cacheDirectory(UserDomain::no),
-        appSupportDirectory(UserDomain::yes),
-        appSupportDirectory(UserDomain::no),
-        desktopDirectory(),
-        userDirectory(),
-        systemLibraryDirectory(),
-        localDocumentationDirectory(),
-        Path("/Users/Shared"),
-        Path("/Volumes"),
-    };
-    const auto isText = [&](const auto& folder) { return folder && folder->str() == text; };
-    if (std::any_of(protectedFolders.begin(), protectedFolders.end(), isText)) return true;
+    if (isListed(Path(text), protectedFolders())) return true;
     if (exactMatch == ExactMatch::yes) return false;
 
     // Plain prefixes without regard for component boundaries, on purpose: rather too much is
@@ -187,6 +222,21 @@ bool ZBLocalPaths::isPathSystemDirectory(const Path& path, ExactMatch exactMatch
     const auto isBelow = [&](const char* prefix) { return text.starts_with(prefix); };
     constexpr std::array systemTrees = {"/usr", "/var", "/private/var", "/System"};
     return std::any_of(systemTrees.begin(), systemTrees.end(), isBelow);
+}
+
+bool ZBLocalPaths::leadsToSystemDirectory(const Path& path) {
+    if (isPathSystemDirectory(path, ExactMatch::yes)) return true;
+    const std::vector<Path> folders = protectedFolders();
+    const Path plain = withoutDots(path);
+    if (path.isAbsolute() && (plain.str() == "/" || isListed(plain, folders))) return true;
+    platform::Files& files = platform::Platform::current().files;
+    const auto facts = files.info(path);
+    if (!facts) return false;
+    const auto isIt = [&](const Path& folder) {
+        const auto other = files.info(folder);
+        return other && other->identity == facts->identity;
+    };
+    return isIt(Path("/")) || std::ranges::any_of(folders, isIt);
 }
 
 bool ZBLocalPaths::isPathOnTimeMachineVolume(const Path& path) {

@@ -58,6 +58,9 @@ class ZBLocalPaths {
     // Whether a path is a standard folder that must never be removed or trashed; without an exact
     // match also what lies in the system's own trees. Compares text, see the source for its rules.
     static bool isPathSystemDirectory(const Path& path, ExactMatch exactMatch = ExactMatch::no);
+    // Whether the path, through whatever links, slashes and dots, is one of those protected with an
+    // exact match. What acts on a path asks this; a link to such a folder counts as the folder.
+    static bool leadsToSystemDirectory(const Path& path);
     static bool isPathOnTimeMachineVolume(const Path& path);
 };
 

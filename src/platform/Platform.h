@@ -11,6 +11,7 @@ class FileEvents;
 class Files;
 class Machine;
 class MainThread;
+class Privileges;
 class Processes;
 class SessionEvents;
 class StandardPlaces;
@@ -29,6 +30,7 @@ struct Platform {
     Files& files;
     Machine& machine;
     MainThread& mainThread;
+    Privileges& privileges;
     Processes& processes;
     SessionEvents& sessionEvents;
     StandardPlaces& places;

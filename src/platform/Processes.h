@@ -2,6 +2,7 @@
 
 #include "foundation/Path.h"
 #include "foundation/Result.h"
+#include "foundation/Secret.h"
 
 #include <map>
 #include <memory>
@@ -18,6 +19,9 @@ struct LaunchRequest {
     std::vector<std::string> arguments = {};
     std::optional<std::map<std::string, std::string>> environment = {};  // replaces the whole of it
     Stream input = Stream::nullDevice;  // a pipe is never written and stays open while it runs
+    // Written to its standard input in place of all that `input` says, which then ends. At most
+    // 4096 bytes, more gives EFBIG.
+    std::shared_ptr<const Secret> inputText = {};
     Stream output = Stream::nullDevice;
     Stream error = Stream::nullDevice;
 };

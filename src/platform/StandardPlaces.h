@@ -48,6 +48,13 @@ class StandardPlaces {
     // The Trash as a path below a user's home, for example ".local/share/Trash/files".
     virtual std::string trashFolderInHome() = 0;
 
+    // Folders beyond the standard ones that must never be removed or moved, whether they exist or
+    // not: the system's, the standard ones in the home folder and all above it.
+    virtual std::vector<Path> protectedFolders() = 0;
+
+    // The name of the folder in which the users' home folders lie, for example "Users".
+    virtual std::string usersFolderName() = 0;
+
     virtual Path temporaryDirectory() = 0;
     // The user's cache folder of the system; empty when there is none.
     virtual std::optional<Path> userCacheDirectory() = 0;

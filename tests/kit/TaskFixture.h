@@ -74,6 +74,7 @@ class TaskFixture : public ::testing::Test {
                                 .files = files,
                                 .machine = fake.machine,
                                 .mainThread = mainThread,
+                                .privileges = fake.privileges,
                                 .processes = processes,
                                 .sessionEvents = fake.sessionEvents,
                                 .places = places,

@@ -2,6 +2,7 @@
 
 #include "foundation/Text.h"
 #include "kit/Preferences.h"
+#include "kit/ZBAuthorization.h"
 #include "kit/ZBLog.h"
 #include "platform/Platform.h"
 #include "platform/fake/FakePlatform.h"
@@ -22,7 +23,10 @@ class FakePlatformTest : public ::testing::Test {
         info["CFBundleVersion"] = "0.1";
         fake.bundles.main.info = Value(info);
     }
-    ~FakePlatformTest() override { ZBLog::discardSharedController(); }
+    ~FakePlatformTest() override {
+        ZBAuthorization::discardSharedController();
+        ZBLog::discardSharedController();
+    }
 
     void writeFile(const Path& path, std::string_view content) {
         ASSERT_FALSE(fake.files.createFolder(path.deletingLastPathComponent()));

@@ -10,6 +10,7 @@
 #include "platform/fake/FakeFiles.h"
 #include "platform/fake/FakeMachine.h"
 #include "platform/fake/FakeMainThread.h"
+#include "platform/fake/FakePrivileges.h"
 #include "platform/fake/FakeProcesses.h"
 #include "platform/fake/FakeSessionEvents.h"
 #include "platform/fake/FakeStandardPlaces.h"
@@ -30,6 +31,7 @@ struct FakePlatform {
     FaultyFiles faults{files};
     FakeStandardPlaces places;
     FakeBundles bundles;
+    FakePrivileges privileges;
     FakeProcesses processes;
     FakeApplications applications;
     FakeVolumes volumes;
@@ -50,6 +52,7 @@ struct FakePlatform {
                        .files = faults,
                        .machine = machine,
                        .mainThread = mainThread,
+                       .privileges = privileges,
                        .processes = processes,
                        .sessionEvents = sessionEvents,
                        .places = places,

@@ -20,6 +20,8 @@ class FakeStandardPlaces final : public StandardPlaces {
     unsigned userID() override { return id; }
     std::optional<std::string> consoleUser() override { return console; }
     std::string trashFolderInHome() override { return trash; }
+    std::vector<Path> protectedFolders() override { return protectedOnes; }
+    std::string usersFolderName() override { return "Users"; }
     Path temporaryDirectory() override { return temporary; }
     std::optional<Path> userCacheDirectory() override { return cache; }
 
@@ -30,6 +32,7 @@ class FakeStandardPlaces final : public StandardPlaces {
     unsigned id = 1000;
     std::optional<std::string> console = "editor";
     std::string trash = ".Trash";
+    std::vector<Path> protectedOnes;
     Path temporary;
     std::optional<Path> cache;
 };

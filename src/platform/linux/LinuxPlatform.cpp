@@ -6,6 +6,7 @@
 #include "platform/linux/LinuxFileEvents.h"
 #include "platform/linux/LinuxFiles.h"
 #include "platform/linux/LinuxMachine.h"
+#include "platform/linux/LinuxPrivileges.h"
 #include "platform/linux/LinuxProcesses.h"
 #include "platform/linux/LinuxSessionEvents.h"
 #include "platform/linux/LinuxStandardPlaces.h"
@@ -32,6 +33,7 @@ struct LinuxPlatform::Services {
     LinuxStandardPlaces places;
     LinuxBundles bundles;
     LinuxProcesses processes;
+    LinuxPrivileges privileges{processes, clock, places};
     LinuxApplications applications{mainThread, bundles, places};
     LinuxVolumes volumes{mainThread, places};
     LinuxSessionEvents sessionEvents{mainThread};
@@ -47,6 +49,7 @@ struct LinuxPlatform::Services {
                       .files = files,
                       .machine = machine,
                       .mainThread = mainThread,
+                      .privileges = privileges,
                       .processes = processes,
                       .sessionEvents = sessionEvents,
                       .places = places,

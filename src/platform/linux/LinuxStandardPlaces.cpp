@@ -199,6 +199,38 @@ std::string LinuxStandardPlaces::trashFolderInHome() {
     return (Path(below) / "Trash/files").str().substr(below.starts_with('/') ? 1 : 0);
 }
 
+std::vector<Path> LinuxStandardPlaces::protectedFolders() {
+    std::vector<Path> folders;
+    for (const char* path :
+         {"/bin",       "/boot",      "/dev",       "/efi",       "/etc",       "/home",
+          "/lib",       "/lib32",     "/lib64",     "/libx32",    "/media",     "/mnt",
+          "/opt",       "/proc",      "/root",      "/run",       "/sbin",      "/snap",
+          "/srv",       "/sys",       "/tmp",       "/usr",       "/var",       "/run/media",
+          "/run/user",  "/usr/bin",   "/usr/lib",   "/usr/lib32", "/usr/lib64", "/usr/libexec",
+          "/usr/local", "/usr/sbin",  "/usr/share", "/var/cache", "/var/lib",   "/var/log",
+          "/var/mail",  "/var/spool", "/var/tmp"}) {
+        folders.emplace_back(path);
+    }
+    for (const char* media : {"/media", "/run/media"}) folders.push_back(Path(media) / userName_);
+    for (const char* name : {".config", ".cache", ".gnupg", ".local", ".local/bin", ".local/share",
+                             ".local/state", ".ssh"}) {
+        folders.push_back(home_ / name);
+    }
+    folders.push_back(baseFolder(environment_.dataHome, ".local/share"));
+    folders.push_back(baseFolder(environment_.cacheHome, ".cache"));
+    folders.push_back(baseFolder(environment_.configHome, ".config"));
+    constexpr std::pair<const char*, const char*> userFolders[] = {
+        {"XDG_DESKTOP_DIR", "Desktop"},     {"XDG_DOCUMENTS_DIR", "Documents"},
+        {"XDG_DOWNLOAD_DIR", "Downloads"},  {"XDG_MUSIC_DIR", "Music"},
+        {"XDG_PICTURES_DIR", "Pictures"},   {"XDG_PUBLICSHARE_DIR", "Public"},
+        {"XDG_TEMPLATES_DIR", "Templates"}, {"XDG_VIDEOS_DIR", "Videos"}};
+    for (const auto& [key, otherwise] : userFolders) folders.push_back(userFolder(key, otherwise));
+    for (Path above = home_; above.str() != "/"; above = above.deletingLastPathComponent()) {
+        folders.push_back(above);
+    }
+    return folders;
+}
+
 Path LinuxStandardPlaces::temporaryDirectory() {
     const bool given = environment_.temporaryFolder.starts_with('/');
     return Path(given ? environment_.temporaryFolder : "/tmp");

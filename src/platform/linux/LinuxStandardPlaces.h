@@ -38,6 +38,8 @@ class LinuxStandardPlaces final : public StandardPlaces {
     std::optional<std::string> consoleUser() override;
     // Below XDG_DATA_HOME, as desktops have it, as long as that lies in the home folder.
     std::string trashFolderInHome() override;
+    std::vector<Path> protectedFolders() override;
+    std::string usersFolderName() override { return "home"; }
     Path temporaryDirectory() override;
     std::optional<Path> userCacheDirectory() override;
 

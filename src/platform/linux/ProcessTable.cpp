@@ -63,6 +63,12 @@ std::optional<Path> executableOfProcess(int processID) {
     return Path(target->str().substr(0, target->str().size() - replacedMark.size()));
 }
 
+std::optional<std::string> firstArgumentOfProcess(int processID) {
+    const auto commandLine = readSmallFile(processFolder(processID) / "cmdline");
+    if (!commandLine || commandLine->empty()) return std::nullopt;
+    return split(*commandLine, '\0').front();
+}
+
 std::optional<Path> homeOfProcess(int processID, const Path& otherwise) {
     constexpr std::string_view key = "HOME=";
     const auto environment = readSmallFile(processFolder(processID) / "environ");

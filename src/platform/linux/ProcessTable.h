@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 // What /proc says about processes. Any thread; everything is read afresh.
@@ -16,6 +17,9 @@ std::vector<int> processIDsOfUser(unsigned userID);
 // The path of a process's executable, without the mark that Linux puts behind it when the file has
 // been replaced; empty when the process is gone or not ours to look at.
 std::optional<Path> executableOfProcess(int processID);
+
+// The first word of the process's command line, by which it was started; empty when it is gone.
+std::optional<std::string> firstArgumentOfProcess(int processID);
 
 // The home folder that the process was started with (HOME), `otherwise` when it was given none; empty
 // when the process is gone or still being loaded.

@@ -19,6 +19,9 @@ extern char** environ;
 namespace larkspan::platform {
 namespace {
 
+// What every pipe holds without a reader.
+constexpr size_t largestInputText = 4096;
+
 // The two sides of the three standard streams; without a pipe a side is no descriptor.
 struct StandardPipes {
     std::array<FileDescriptor, 3> childSide;
@@ -34,6 +37,16 @@ struct StandardPipes {
         childSide[at] = std::move(input ? pipe->reading : pipe->writing);
         ourSide[at] = std::move(input ? pipe->writing : pipe->reading);
         return 0;
+    }
+
+    // Leaves the text in the pipe, which takes that much before anybody reads, and closes our side.
+    // An errno value, 0 on success.
+    int fillInput(std::string_view text) {
+        if (text.size() > largestInputText) return EFBIG;
+        FileDescriptor writing = std::move(ourSide[STDIN_FILENO]);
+        const ssize_t written = ::write(writing.get(), text.data(), text.size());
+        if (written < 0) return errno;
+        return static_cast<size_t>(written) == text.size() ? 0 : EIO;
     }
 };
 
@@ -139,13 +152,18 @@ Result<std::shared_ptr<Process>> PosixProcesses::launch(const LaunchRequest& req
     const auto failure = [&](int errorNumber) {
         return posixError(errorNumber, "Could not launch " + request.launchPath.str());
     };
-    const std::array<Stream, 3> streams = {request.input, request.output, request.error};
+    const std::array<Stream, 3> streams = {request.inputText ? Stream::pipe : request.input,
+                                           request.output, request.error};
     StandardPipes pipes;
     FileActions actions;
     for (int number = STDIN_FILENO; number <= STDERR_FILENO; ++number) {
         const auto at = static_cast<size_t>(number);
         int error = pipes.open(number, streams[at]);
         if (error == 0) error = actions.connect(number, streams[at], pipes.childSide[at].get());
+        if (error != 0) return failure(error);
+    }
+    if (request.inputText) {
+        const int error = pipes.fillInput(request.inputText->text());
         if (error != 0) return failure(error);
     }
     if (const int error = addClosingOfOthers(actions.get()); error != 0) return failure(error);
