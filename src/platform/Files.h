@@ -159,6 +159,11 @@ class Files {
     virtual std::optional<Error> setPermissions(const Path& path, unsigned permissions) = 0;
     virtual std::optional<Error> setModificationDate(const Path& path, Date date) = 0;
 
+    // The attribute that keeps an item from being changed, moved or removed, whatever its
+    // permissions. An item, or a file system, without it is not locked. Links are not followed.
+    virtual bool isLocked(const Path& path) = 0;
+    virtual std::optional<Error> setLocked(const Path& path, bool locked) = 0;
+
     // As the process's effective user sees it, following links; false for missing things.
     virtual bool isWritable(const Path& path) = 0;
     virtual bool isExecutable(const Path& path) = 0;
@@ -168,6 +173,11 @@ class Files {
     // The four-character type code of the Finder information: from the extended attribute, else
     // from the AppleDouble file beside it; empty when there is neither or it is all zero.
     virtual std::string typeCode(const Path& path) = 0;
+
+    // Whether two files hold the same bytes, two links lead to the same text, or two folders hold
+    // the same names with equal contents all the way down. Sizes are looked at first, and nothing
+    // is read beyond the first difference. False when anything is missing or cannot be read.
+    virtual bool contentsEqual(const Path& one, const Path& other) = 0;
 
     // Space of the file system that holds the path; empty when it cannot be told.
     virtual std::optional<DiskSpace> diskSpace(const Path& path) = 0;

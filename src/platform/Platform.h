@@ -15,6 +15,7 @@ class Privileges;
 class Processes;
 class SessionEvents;
 class StandardPlaces;
+class Trash;
 class UserNotifications;
 class Volumes;
 
@@ -34,6 +35,7 @@ struct Platform {
     Processes& processes;
     SessionEvents& sessionEvents;
     StandardPlaces& places;
+    Trash& trash;
     UserNotifications& userNotifications;
     Volumes& volumes;
 

@@ -206,6 +206,23 @@ TEST_P(FilesContract, ClearsAbandonedTemporaryItemsOnly) {
     EXPECT_EQ(files().removeAbandonedCopies(at("missing")), 0);
 }
 
+TEST_P(FilesContract, LockedItemsStay) {
+    write(at("file"), "x");
+    EXPECT_FALSE(files().isLocked(at("file")));
+    EXPECT_FALSE(files().isLocked(at("missing")));
+    EXPECT_TRUE(files().setLocked(at("missing"), true));
+    if (const auto error = files().setLocked(at("file"), true)) {
+        // Only root may, and not every file system has it.
+        EXPECT_THAT(error->code, ::testing::AnyOf(EPERM, EOPNOTSUPP));
+        return;
+    }
+    EXPECT_TRUE(files().isLocked(at("file")));
+    EXPECT_EQ(codeOf(files().removeItem(at("file"))), EPERM);
+    EXPECT_EQ(codeOf(files().moveItem(at("file"), at("other"))), EPERM);
+    EXPECT_FALSE(files().setLocked(at("file"), false));
+    EXPECT_FALSE(files().removeItem(at("file")));
+}
+
 TEST_P(FilesContract, SetsDatesAndPermissions) {
     write(at("file"), "");
     makeLink(at("link"), "file");

@@ -118,6 +118,47 @@ TEST_P(FilesContract, ReadsRegularFilesUpToASize) {
                 ::testing::StartsWith("reading " + at("missing").str() + ": "));
 }
 
+TEST_P(FilesContract, ComparesContents) {
+    const std::string large(300'000, 'x');
+    write(at("large"), large);
+    write(at("same"), large);
+    write(at("differs"), large.substr(1) + "y");
+    write(at("shorter"), large.substr(1));
+    write(at("empty"), "");
+    makePipe(at("pipe"));
+    for (const char* folder : {"a", "b", "c"}) {
+        makeFolder(at(folder));
+        makeFolder(at(folder) / "in");
+        write(at(folder) / "in/file", "content");
+        makeLink(at(folder) / "link", "/nowhere");
+    }
+    write(at("c/in/more"), "");
+    const struct {
+        const char* one;
+        const char* other;
+        bool equal;
+    } cases[] = {
+        {"large", "same", true},
+        {"large", "large", true},
+        {"large", "differs", false},
+        {"large", "shorter", false},
+        {"large", "empty", false},
+        {"empty", "empty", true},
+        {"large", "missing", false},
+        {"missing", "missing", false},
+        {"pipe", "pipe", false},
+        {"a", "b", true},
+        {"a", "c", false},
+        {"c", "a", false},
+        {"a", "large", false},
+        {"a/link", "b/link", true},
+        {"a/link", "a/in/file", false},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(files().contentsEqual(at(c.one), at(c.other)), c.equal) << c.one << c.other;
+    }
+}
+
 TEST_P(FilesContract, RightsDecideWhatMayBeDone) {
     makeFolder(at("closed"));
     write(at("closed/file"), "");

@@ -56,6 +56,22 @@ TEST_F(LinuxVolumesTests, LocalVolumesAreListedSortedAndOnce) {
                      Path("/mnt/My Disk"), Path("/mnt/ram"), Path("/tank")}));
 }
 
+TEST_F(LinuxVolumesTests, TellsTheFactsOfAMountPoint) {
+    const Path point = folder.path();
+    writeMounts("26 1 8:1 / " + point.str() + " rw - below /dev/none rw\n" +  //
+                "27 26 8:2 / " + point.str() + " rw - ext4 /dev/none rw\n");
+    const auto facts = volumes.factsOfVolume(point);
+    ASSERT_TRUE(facts);
+    EXPECT_EQ(facts->fileSystemType, "ext4");
+    EXPECT_EQ(facts->device, "/dev/none");
+    EXPECT_EQ(facts->name, point.lastPathComponent());
+    EXPECT_GT(facts->totalSize, 0U);
+    EXPECT_LE(facts->freeSpace, facts->totalSize);
+    EXPECT_TRUE(facts->isWritable);
+    EXPECT_FALSE(facts->isRemovable);
+    EXPECT_FALSE(volumes.factsOfVolume(point / "below"));
+}
+
 TEST_F(LinuxVolumesTests, WithoutTablesNothingIsMountedAndNothingMissing) {
     EXPECT_TRUE(volumes.mountedLocalVolumes().empty());
     EXPECT_FALSE(volumes.isOnUnmountedVolume(Path("/mnt/raid/Film")));

@@ -135,4 +135,14 @@ bool FakeFileTree::holds(const FakeNode& top, const FakeNode& node) {
                        [&](const auto& entry) { return holds(*entry.second, node); });
 }
 
+bool FakeFileTree::contentsEqual(const FakeNode& one, const FakeNode& other) {
+    constexpr unsigned toRead = 4;
+    if (one.kind != other.kind || one.kind == EntryKind::other) return false;
+    if (one.kind == EntryKind::symbolicLink) return one.content == other.content;
+    if (!one.allows(toRead) || !other.allows(toRead) || one.content != other.content) return false;
+    return std::ranges::equal(one.entries, other.entries, [](const auto& a, const auto& b) {
+        return a.first == b.first && contentsEqual(*a.second, *b.second);
+    });
+}
+
 }  // namespace larkspan::platform

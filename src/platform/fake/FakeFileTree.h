@@ -18,6 +18,7 @@ struct FakeNode {
     Date modificationDate;
     Date attributeChangeDate;
     unsigned permissions = 0;
+    bool locked = false;
     unsigned owner = 0;
     std::uint64_t inode = 0;
 
@@ -60,6 +61,8 @@ class FakeFileTree {
     static bool isReadable(const FakeNode& node);
     // Bytes of all files at and below a node.
     static std::uint64_t bytesBelow(const FakeNode& node);
+    // As Files::contentsEqual.
+    static bool contentsEqual(const FakeNode& one, const FakeNode& other);
     // Whether a node is another one or lies below it.
     static bool holds(const FakeNode& top, const FakeNode& node);
 

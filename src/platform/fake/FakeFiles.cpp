@@ -238,6 +238,7 @@ int FakeFiles::moveNode(State& state, const Path& source, const Path& target) {
     const auto to = state.tree.find(target, LastLink::keep);
     if (const int problem = placeProblem(to)) return problem;
     if (!from.folder || FakeFileTree::holds(*from.node, *to.folder)) return EINVAL;
+    if (from.node->locked) return EPERM;
     if (const int problem = writeProblem(*from.folder)) return problem;
     FakeFileTree::take(*from.folder, from.name, clock_.now());
     FakeFileTree::put(*to.folder, to.name, from.node, clock_.now());
@@ -249,6 +250,7 @@ std::optional<Error> FakeFiles::removeItem(const Path& path) {
         const auto found = state.tree.find(path, LastLink::keep);
         if (found.failed != 0) return found.failed;
         if (!found.folder) return EINVAL;
+        if (found.node->locked) return EPERM;
         if (const int problem = writeProblem(*found.folder)) return problem;
         FakeFileTree::take(*found.folder, found.name, clock_.now());
         return 0;
@@ -282,6 +284,21 @@ bool FakeFiles::allows(const Path& path, unsigned rights) {
     });
 }
 
+bool FakeFiles::isLocked(const Path& path) {
+    return state_.with([&](State& state) {
+        const auto found = state.tree.find(path, LastLink::keep);
+        return found.failed == 0 && found.node->locked;
+    });
+}
+
+std::optional<Error> FakeFiles::setLocked(const Path& path, bool locked) {
+    return change((locked ? "locking " : "unlocking ") + path.str(), [&](State& state) {
+        const auto found = state.tree.find(path, LastLink::keep);
+        if (found.failed == 0) found.node->locked = locked;
+        return found.failed;
+    });
+}
+
 bool FakeFiles::isWritable(const Path& path) {
     return allows(path, mayWrite);
 }
@@ -306,6 +323,15 @@ std::string FakeFiles::typeCode(const Path& path) {
         return value->second;
     });
     return typeCodeOfFile(*this, path, attribute);
+}
+
+bool FakeFiles::contentsEqual(const Path& one, const Path& other) {
+    return state_.with([&](State& state) {
+        const auto first = state.tree.find(one, LastLink::keep);
+        const auto second = state.tree.find(other, LastLink::keep);
+        return first.failed == 0 && second.failed == 0 &&
+               FakeFileTree::contentsEqual(*first.node, *second.node);
+    });
 }
 
 std::optional<DiskSpace> FakeFiles::diskSpace(const Path& path) {

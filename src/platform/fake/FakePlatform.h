@@ -14,6 +14,7 @@
 #include "platform/fake/FakeProcesses.h"
 #include "platform/fake/FakeSessionEvents.h"
 #include "platform/fake/FakeStandardPlaces.h"
+#include "platform/fake/FakeTrash.h"
 #include "platform/fake/FakeUserNotifications.h"
 #include "platform/fake/FakeVolumes.h"
 #include "platform/fake/FaultyFiles.h"
@@ -30,6 +31,7 @@ struct FakePlatform {
     FakeFiles files{clock};
     FaultyFiles faults{files};
     FakeStandardPlaces places;
+    FakeTrash trash{faults, places};
     FakeBundles bundles;
     FakePrivileges privileges;
     FakeProcesses processes;
@@ -56,6 +58,7 @@ struct FakePlatform {
                        .processes = processes,
                        .sessionEvents = sessionEvents,
                        .places = places,
+                       .trash = trash,
                        .userNotifications = userNotifications,
                        .volumes = volumes};
 };

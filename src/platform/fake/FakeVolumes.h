@@ -18,6 +18,19 @@ class FakeVolumes final : public Volumes {
     std::vector<Path> mountedLocalVolumes() override {
         return state_.with([](const State& state) { return state.mounted; });
     }
+    std::optional<VolumeFacts> factsOfVolume(const Path& mountPoint) override {
+        return state_.with([&](const State& state) -> std::optional<VolumeFacts> {
+            if (std::ranges::find(state.mounted, mountPoint) == state.mounted.end()) return {};
+            return VolumeFacts{.mountPoint = mountPoint,
+                               .device = "/dev/fake",
+                               .name = mountPoint.lastPathComponent(),
+                               .fileSystemType = "fakefs",
+                               .totalSize = 2000,
+                               .freeSpace = 1000,
+                               .isWritable = true,
+                               .isRemovable = true};
+        });
+    }
     bool isOnUnmountedVolume(const Path& path) override {
         return state_.with([&](const State& state) {
             return std::ranges::any_of(state.unmounted,

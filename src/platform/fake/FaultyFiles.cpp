@@ -174,6 +174,15 @@ std::optional<Error> FaultyFiles::setModificationDate(const Path& path, Date dat
     return files_.setModificationDate(path, date);
 }
 
+bool FaultyFiles::isLocked(const Path& path) {
+    return files_.isLocked(path);
+}
+
+std::optional<Error> FaultyFiles::setLocked(const Path& path, bool locked) {
+    if (auto error = refused(FileOperation::setLocked, path)) return error;
+    return files_.setLocked(path, locked);
+}
+
 bool FaultyFiles::isWritable(const Path& path) {
     return refusal(FileOperation::access, path) == 0 && files_.isWritable(path);
 }
@@ -189,6 +198,10 @@ bool FaultyFiles::isDeletable(const Path& path) {
 std::string FaultyFiles::typeCode(const Path& path) {
     if (refusal(FileOperation::typeCode, path) != 0) return {};
     return files_.typeCode(path);
+}
+
+bool FaultyFiles::contentsEqual(const Path& one, const Path& other) {
+    return refusal(FileOperation::contentsEqual, one) == 0 && files_.contentsEqual(one, other);
 }
 
 std::optional<DiskSpace> FaultyFiles::diskSpace(const Path& path) {

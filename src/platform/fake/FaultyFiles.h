@@ -23,8 +23,10 @@ enum class FileOperation {
     removeItem,
     setPermissions,
     setModificationDate,
+    setLocked,
     access,  // isWritable, isExecutable, isDeletable
     typeCode,
+    contentsEqual,
     diskSpace,
 };
 
@@ -62,10 +64,13 @@ class FaultyFiles final : public Files {
     std::optional<Error> removeItem(const Path& path) override;
     std::optional<Error> setPermissions(const Path& path, unsigned permissions) override;
     std::optional<Error> setModificationDate(const Path& path, Date date) override;
+    bool isLocked(const Path& path) override;
+    std::optional<Error> setLocked(const Path& path, bool locked) override;
     bool isWritable(const Path& path) override;
     bool isExecutable(const Path& path) override;
     bool isDeletable(const Path& path) override;
     std::string typeCode(const Path& path) override;
+    bool contentsEqual(const Path& one, const Path& other) override;
     std::optional<DiskSpace> diskSpace(const Path& path) override;
 
   private:

@@ -33,6 +33,12 @@ bool kernelTellsEveryChange() {
     return tells;
 }
 
+// File systems without attributes answer in many ways.
+int attributeProblem(int errorNumber) {
+    const bool isMissing = errorNumber == ENOTTY || errorNumber == ENOSYS || errorNumber == EINVAL;
+    return isMissing ? EOPNOTSUPP : errorNumber;
+}
+
 // Calls `get(buffer, size)` with room for what it gives; empty when it fails.
 template <class Get>
 std::optional<std::string> sizedAttribute(Get get) {
@@ -93,6 +99,15 @@ bool LinuxFileCalls::isImmutable(const char* path) const {
     struct statx facts {};
     if (::statx(AT_FDCWD, path, AT_SYMLINK_NOFOLLOW, 0, &facts) != 0) return false;
     return (facts.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0;
+}
+
+int LinuxFileCalls::setImmutable(const char* path, bool immutable) const {
+    const FileDescriptor item = openAt(AT_FDCWD, path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+    int flags = 0;
+    if (!item || ::ioctl(item.get(), FS_IOC_GETFLAGS, &flags) != 0) return attributeProblem(errno);
+    constexpr int locks = FS_IMMUTABLE_FL | FS_APPEND_FL;
+    flags = immutable ? flags | FS_IMMUTABLE_FL : flags & ~locks;
+    return ::ioctl(item.get(), FS_IOC_SETFLAGS, &flags) == 0 ? 0 : attributeProblem(errno);
 }
 
 bool LinuxFileCalls::datesTellEveryChange(int descriptor) const {

@@ -14,6 +14,7 @@ class LinuxFileCalls : public FileCalls {
     int renameWithoutReplacing(int sourceFolder, const char* source, int targetFolder,
                                const char* target) const override;
     bool isImmutable(const char* path) const override;
+    int setImmutable(const char* path, bool immutable) const override;
     bool datesTellEveryChange(int descriptor) const override;
     std::vector<std::string> attributeNames(int descriptor) const override;
     std::optional<std::string> attribute(int descriptor, const char* name) const override;

@@ -10,6 +10,7 @@
 #include "platform/linux/LinuxProcesses.h"
 #include "platform/linux/LinuxSessionEvents.h"
 #include "platform/linux/LinuxStandardPlaces.h"
+#include "platform/linux/LinuxTrash.h"
 #include "platform/linux/LinuxUserNotifications.h"
 #include "platform/linux/LinuxVolumes.h"
 #include "platform/posix/StandardStreams.h"
@@ -31,6 +32,7 @@ struct LinuxPlatform::Services {
     LinuxMachine machine;
     LinuxFiles files;
     LinuxStandardPlaces places;
+    LinuxTrash trash{files, places};
     LinuxBundles bundles;
     LinuxProcesses processes;
     LinuxPrivileges privileges{processes, clock, places};
@@ -53,6 +55,7 @@ struct LinuxPlatform::Services {
                       .processes = processes,
                       .sessionEvents = sessionEvents,
                       .places = places,
+                      .trash = trash,
                       .userNotifications = userNotifications,
                       .volumes = volumes};
 

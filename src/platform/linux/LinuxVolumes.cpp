@@ -1,14 +1,17 @@
 #include "platform/linux/LinuxVolumes.h"
 
+#include "foundation/Text.h"
 #include "platform/posix/SmallFile.h"
 
 #include <algorithm>
 #include <cassert>
+#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/statvfs.h>
 
 namespace larkspan::platform {
 namespace {
@@ -23,11 +26,46 @@ Path longestAround(const std::vector<Path>& folders, const Path& path) {
     return longest;
 }
 
+// "My Disk" of "My\x20Disk".
+std::string unescaped(const std::string& text) {
+    constexpr size_t length = 4;
+    std::string plain;
+    for (size_t at = 0; at < text.size(); ++at) {
+        const std::string digits = text.substr(at).starts_with("\\x") ? text.substr(at + 2, 2) : "";
+        char* end = nullptr;
+        const long code = std::strtol(digits.c_str(), &end, 16);
+        const bool isEscape = digits.size() == 2 && *end == '\0';
+        plain += isEscape ? static_cast<char>(code) : text[at];
+        if (isEscape) at += length - 1;
+    }
+    return plain;
+}
+
 // With the links in its existing part followed.
 Path resolved(const Path& path) {
     std::error_code error;
     const auto target = std::filesystem::weakly_canonical(path.str(), error);
     return error ? path : Path(target.string());
+}
+
+// udev keeps a link for each label, with special characters as \x20.
+std::optional<std::string> labelOfDevice(const std::string& device) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    for (const auto& link : fs::directory_iterator("/dev/disk/by-label", error)) {
+        std::error_code ignored;
+        if (fs::equivalent(link.path(), device, ignored)) return unescaped(link.path().filename());
+    }
+    return std::nullopt;
+}
+
+bool isRemovableDevice(const std::string& device) {
+    // A partition's folder lies in its disk's, which has the file.
+    const Path folder = Path("/sys/class/block") / Path(device).lastPathComponent();
+    for (const Path& file : {folder / "removable", resolved(folder) / "../removable"}) {
+        if (const auto text = readSmallFile(file)) return trimmed(*text) == "1";
+    }
+    return false;
 }
 
 }  // namespace
@@ -54,6 +92,25 @@ std::vector<Path> LinuxVolumes::mountedLocalVolumes() {
         if (kindOfMount(mount, folders) == MountKind::local) points.insert(mount.point);
     }
     return {points.begin(), points.end()};
+}
+
+std::optional<VolumeFacts> LinuxVolumes::factsOfVolume(const Path& mountPoint) {
+    std::optional<Mount> found;  // of several on one another the last is seen
+    for (Mount& mount : mounts()) {
+        if (mount.point == mountPoint) found = std::move(mount);
+    }
+    struct statvfs space {};
+    if (!found || ::statvfs(mountPoint.c_str(), &space) != 0) return std::nullopt;
+    const std::uint64_t block = space.f_frsize;
+    return VolumeFacts{
+        .mountPoint = mountPoint,
+        .device = found->source,
+        .name = labelOfDevice(found->source).value_or(mountPoint.lastPathComponent()),
+        .fileSystemType = found->type,
+        .totalSize = block * space.f_blocks,
+        .freeSpace = block * space.f_bavail,
+        .isWritable = (space.f_flag & ST_RDONLY) == 0,
+        .isRemovable = isRemovableDevice(found->source)};
 }
 
 bool LinuxVolumes::isOnUnmountedVolume(const Path& path) {

@@ -25,6 +25,7 @@ class LinuxVolumes final : public Volumes {
 
     std::vector<Path> volumesFolders() override;
     std::vector<Path> mountedLocalVolumes() override;
+    std::optional<VolumeFacts> factsOfVolume(const Path& mountPoint) override;
     // Looks at the path as it is given and as links in it lead.
     bool isOnUnmountedVolume(const Path& path) override;
     // Network volumes count.

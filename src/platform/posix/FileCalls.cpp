@@ -77,6 +77,10 @@ int FileCalls::sync(int descriptor) const {
     return retrying([&] { return ::fsync(descriptor); }) == 0 ? 0 : errno;
 }
 
+int FileCalls::setImmutable(const char*, bool) const {
+    return EOPNOTSUPP;
+}
+
 bool FileCalls::isImmutable(const char*) const {
     return false;
 }

@@ -39,6 +39,9 @@ class FileCalls {
     // a folder, to remove what is in it.
     virtual bool isImmutable(const char* path) const;
 
+    // Sets or clears that attribute. EOPNOTSUPP where there is none.
+    virtual int setImmutable(const char* path, bool immutable) const;
+
     // Whether a file system gives a new modification date to every change that follows a look at
     // the date before, however short the time between.
     virtual bool datesTellEveryChange(int descriptor) const;

@@ -1,6 +1,7 @@
 #include "platform/posix/PosixFiles.h"
 
 #include "platform/FinderInfo.h"
+#include "platform/posix/ContentComparison.h"
 #include "platform/posix/FileContents.h"
 #include "platform/posix/FileFacts.h"
 #include "platform/posix/PosixFolder.h"
@@ -134,6 +135,16 @@ std::optional<Error> PosixFiles::setModificationDate(const Path& path, Date date
                    "setting the modification date of " + path.str());
 }
 
+bool PosixFiles::isLocked(const Path& path) {
+    return calls_.isImmutable(systemName(path));
+}
+
+std::optional<Error> PosixFiles::setLocked(const Path& path, bool locked) {
+    const int failed = calls_.setImmutable(systemName(path), locked);
+    if (failed == 0) return {};
+    return posixError(failed, (locked ? "locking " : "unlocking ") + path.str());
+}
+
 bool PosixFiles::isWritable(const Path& path) {
     return isAllowed(systemName(path), W_OK);
 }
@@ -154,6 +165,10 @@ bool PosixFiles::isDeletable(const Path& path) {
 std::string PosixFiles::typeCode(const Path& path) {
     return typeCodeOfFile(*this, path,
                           calls_.attributeOfPath(systemName(path), finderInfoAttribute));
+}
+
+bool PosixFiles::contentsEqual(const Path& one, const Path& other) {
+    return platform::contentsEqual(one, other);
 }
 
 std::optional<DiskSpace> PosixFiles::diskSpace(const Path& path) {

@@ -1,0 +1,117 @@
+#include "platform/fake/FakeClock.h"
+#include "platform/fake/FakeFiles.h"
+#include "platform/fake/FakeStandardPlaces.h"
+#include "platform/fake/FakeTrash.h"
+#include "platform/fake/FaultyFiles.h"
+#include "platform/linux/LinuxFiles.h"
+#include "platform/linux/LinuxTrash.h"
+#include "support/TemporaryFolder.h"
+
+#include <cerrno>
+
+#include <gmock/gmock.h>
+
+namespace larkspan::platform {
+namespace {
+
+struct FakeScene {
+    FakeClock clock;
+    FakeFiles under{clock};
+    Path folder{"/T"};
+    FakeStandardPlaces places{folder / "home"};
+    FaultyFiles files{under};
+    FakeTrash trash{files, places};
+};
+
+struct LinuxScene {
+    testing::TemporaryFolder temporary;
+    Path folder = temporary.path();
+    LinuxFiles under;
+    FakeStandardPlaces places{folder / "home"};
+    FaultyFiles files{under};
+    LinuxTrash trash{files, places};
+
+    LinuxScene() { places.trash = ".local/share/Trash/files"; }
+};
+
+template <class Scene>
+struct TrashContract : ::testing::Test {
+    TrashContract() {
+        EXPECT_FALSE(scene.files.createFolder(scene.folder / "work"));
+        contents = scene.places.homeDirectory() / scene.places.trashFolderInHome();
+    }
+    Path write(const std::string& name, const std::string& content) {
+        const Path path = scene.folder / "work" / name;
+        EXPECT_FALSE(scene.files.createFolder(path.deletingLastPathComponent()));
+        EXPECT_FALSE(scene.files.writeFileAtomically(path, content));
+        return path;
+    }
+    std::string read(const Path& path) {
+        const auto content = scene.files.readFile(path, 1000);
+        return content ? *content : "(missing)";
+    }
+    size_t count(const Path& folder) {
+        const auto entries = scene.files.contentsOfFolder(folder);
+        return entries ? entries->size() : 0;
+    }
+
+    Scene scene;
+    Path contents;
+};
+using Scenes = ::testing::Types<FakeScene, LinuxScene>;
+TYPED_TEST_SUITE(TrashContract, Scenes);
+
+TYPED_TEST(TrashContract, TakesFilesAndFoldersAndKeepsWhatItHas) {
+    EXPECT_FALSE(this->scene.trash.recycle(this->write("Cut.fcp", "first")));
+    EXPECT_FALSE(this->scene.trash.recycle(this->write("Cut.fcp", "second")));
+    (void)this->write("folder/in/file", "deep");
+    EXPECT_FALSE(this->scene.trash.recycle(this->scene.folder / "work/folder"));
+    EXPECT_EQ(this->count(this->scene.folder / "work"), 0U);
+    EXPECT_EQ(this->count(this->contents), 3U);
+    EXPECT_EQ(this->read(this->contents / "Cut.fcp"), "first");
+    EXPECT_EQ(this->read(this->contents / "Cut.fcp.2"), "second");
+    EXPECT_EQ(this->read(this->contents / "folder/in/file"), "deep");
+}
+
+TYPED_TEST(TrashContract, AFailureLeavesTheItemWhereItWas) {
+    EXPECT_TRUE(this->scene.trash.recycle(this->scene.folder / "work/missing")
+                    ->is(posixErrorDomain, ENOENT));
+    const Path item = this->write("Cut.fcp", "content");
+    for (const FileOperation operation : {FileOperation::createFolder, FileOperation::moveItem}) {
+        this->scene.files.refuseCall(operation, 1, EACCES);
+        EXPECT_TRUE(this->scene.trash.recycle(item)->is(posixErrorDomain, EACCES));
+        EXPECT_EQ(this->read(item), "content");
+    }
+    EXPECT_EQ(this->count(this->contents), 0U);
+}
+
+using LinuxTrashTest = TrashContract<LinuxScene>;
+
+TEST_F(LinuxTrashTest, TellsWhereItCameFrom) {
+    const Path item = write("100% Schnitt.fcp", "content");
+    ASSERT_FALSE(scene.trash.recycle(item));
+    const Path notes = contents.deletingLastPathComponent() / "info";
+    const std::string note = read(notes / "100% Schnitt.fcp.trashinfo");
+    EXPECT_THAT(note, ::testing::StartsWith("[Trash Info]\nPath="));
+    EXPECT_THAT(note, ::testing::HasSubstr("/work/100%25%20Schnitt.fcp\nDeletionDate=20"));
+    EXPECT_EQ(scene.files.info(contents)->permissions, 0700U);
+}
+
+TEST_F(LinuxTrashTest, GoesByACopyFromAnotherFileSystem) {
+    const Path item = write("Cut.fcp", "content");
+    scene.files.refuseCall(FileOperation::moveItem, 1, EXDEV);
+    EXPECT_FALSE(scene.trash.recycle(item));
+    EXPECT_EQ(read(contents / "Cut.fcp"), "content");
+    EXPECT_FALSE(scene.files.linkInfo(item));
+    // What cannot be removed there is not in the Trash either.
+    (void)write("Cut.fcp", "again");
+    scene.files.refuseCall(FileOperation::moveItem, 1, EXDEV);
+    scene.files.refuseCall(FileOperation::removeItem, 1, EROFS);
+    EXPECT_TRUE(scene.trash.recycle(item)->is(posixErrorDomain, EROFS));
+    EXPECT_EQ(read(item), "again");
+    EXPECT_EQ(count(contents), 1U);
+    EXPECT_EQ(count(contents.deletingLastPathComponent() / "info"), 1U);
+}
+
+}  // namespace
+}  // namespace larkspan::platform
