@@ -1,27 +1,19 @@
 #include "kit/ZBFileManager.h"
 
 #include "foundation/Text.h"
-#include "kit/ZBAuthorization.h"
 #include "kit/ZBLog.h"
-#include "platform/Clock.h"
 #include "platform/Console.h"
 #include "platform/Files.h"
-#include "platform/MainThread.h"
 #include "platform/Platform.h"
 #include "platform/Volumes.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <optional>
+#include <functional>
+#include <vector>
 
 namespace larkspan {
 namespace {
-
-constexpr Seconds beingWritten{4.0};
-constexpr Seconds writePoll = std::chrono::microseconds(500);
-constexpr Seconds longestWriteWait = std::chrono::minutes(10);
-constexpr Seconds expectationPoll{0.3};
 
 platform::Platform& current() {
     return platform::Platform::current();
@@ -39,60 +31,29 @@ std::optional<Path> neededMountPoint(const Path& path) {
     return std::nullopt;
 }
 
-bool rightsAreMissing(const Error& error) {
-    return error.is(posixErrorDomain, EACCES) || error.is(posixErrorDomain, EPERM);
-}
-
-// A file is at rest when it is gone, or when its date is old enough.
-bool isBeingWritten(const Path& path) {
-    const auto info = current().files.info(path);
-    return info && secondsBetween(info->modificationDate, current().clock.now()) < beingWritten;
-}
-
-enum class WriteWait { finished, givenUp };
-
-WriteWait waitUntilAtRest(const Path& path) {
-    platform::Clock& clock = current().clock;
-    const Seconds start = clock.uptime();
-    Seconds lastChange = start;
-    Date lastDate;
-    while (isBeingWritten(path)) {
-        const auto info = current().files.info(path);
-        if (info && info->modificationDate != lastDate) {
-            lastDate = info->modificationDate;
-            lastChange = clock.uptime();
-        }
-        if (clock.uptime() - lastChange > beingWritten) return WriteWait::finished;
-        if (clock.uptime() - start > longestWriteWait) return WriteWait::givenUp;
-        clock.sleepFor(writePoll);
+// The text speaks of unlocking also when it was to be locked, deliberately: readers of the log know
+// it so.
+void setLocked(const Path& file, bool locked) {
+    if (const auto error = current().files.setLocked(file, locked)) {
+        ZBLog::fastAppendLog("Unable to unlock file %@: %@", file, error->description);
     }
-    return WriteWait::finished;
+}
+
+void forEachFileBelow(const Path& folder, const std::function<void(const Path&)>& visit) {
+    std::vector<Path> waiting{folder};
+    while (!waiting.empty()) {
+        const Path next = std::move(waiting.back());
+        waiting.pop_back();
+        const auto entries = current().files.contentsOfFolder(next);
+        if (!entries) continue;
+        for (const platform::DirectoryEntry& entry : *entries) {
+            if (entry.kind == platform::EntryKind::folder) waiting.push_back(next / entry.name);
+            if (entry.kind == platform::EntryKind::file) visit(next / entry.name);
+        }
+    }
 }
 
 }  // namespace
-
-bool ZBFileManager::createDirectory(const Path& path, ShouldAuth shouldAuth) {
-    if (!isDriveMountedForPath(path)) {
-        current().console.report("Unable to create directory. Drive is not mounted.");
-        return false;
-    }
-    const auto error = current().files.createFolder(path);
-    if (!error) return true;
-    ZBLog::appendLog("Error creating folder: %@. Authorizing...", error->description);
-    // Administrator rights mend a lack of rights, not a full disk or a file in the way.
-    if (shouldAuth == ShouldAuth::no || !rightsAreMissing(*error)) return false;
-    return ZBAuthorization::sharedController().authCreateDir(path);
-}
-
-bool ZBFileManager::createDirectory(const Path& path, std::chrono::seconds timeout) {
-    if (!createDirectory(path)) return false;
-    platform::Clock& clock = current().clock;
-    const Seconds start = clock.uptime();
-    while (!current().files.exists(path) && clock.uptime() - start < timeout) {
-        clock.sleepFor(expectationPoll);
-    }
-    return current().files.exists(path);
-}
 
 bool ZBFileManager::isVolumeMountedForPath(const Path& path) {
     if (current().volumes.isOnUnmountedVolume(path)) return false;
@@ -114,23 +75,89 @@ void ZBFileManager::setPosixPermissions(unsigned permissions, const Path& forFil
     }
 }
 
-void ZBFileManager::waitForFileWrites(const Path& path, const std::string& lockFile) {
-    const bool locked =
-        !lockFile.empty() && current().files.exists(path.deletingLastPathComponent() / lockFile);
-    if (!isBeingWritten(path) && !locked) return;
-    ZBLog::appendLog("File %@ is currently being written to. Waiting...", path);
-    if (waitUntilAtRest(path) == WriteWait::finished) {
-        ZBLog::appendLog("File %@ finished writing.", path);
-    } else {
-        ZBLog::appendLog("File %@ is still being written to. Going on without waiting.", path);
-    }
-}
-
 bool ZBFileManager::isFilePackage(const Path& path) {
     constexpr std::array packages = {"app",       "bundle",     "framework", "plugin",
                                      "fcpbundle", "fcpproject", "fcpevent"};
     const std::string extension = lowercased(path.pathExtension());
     return std::find(packages.begin(), packages.end(), extension) != packages.end();
+}
+
+bool ZBFileManager::isFolderDecoration(std::string_view name) {
+    return name == ".DS_Store" || name == "Icon\r";
+}
+
+bool ZBFileManager::isFolderEmpty(const Path& folder) {
+    std::vector<Path> waiting{folder};
+    while (!waiting.empty()) {
+        const Path next = std::move(waiting.back());
+        waiting.pop_back();
+        const auto entries = current().files.contentsOfFolder(next);
+        if (!entries) continue;
+        for (const platform::DirectoryEntry& entry : *entries) {
+            if (isFolderDecoration(entry.name)) continue;
+            if (entry.kind != platform::EntryKind::folder) return false;
+            waiting.push_back(next / entry.name);
+        }
+    }
+    return true;
+}
+
+bool ZBFileManager::removeFolderIfEmpty(const Path& folder) {
+    return isFolderEmpty(folder) && removeFile(folder);
+}
+
+Path ZBFileManager::uniqueFilename(const Path& path) {
+    Path unique = path;
+    const std::string extension = path.pathExtension();
+    for (long number = 2; current().files.linkInfo(unique); ++number) {
+        const Path name(messageText("%@ %li", path.deletingPathExtension(), number));
+        unique = extension.empty() ? name : name.appendingPathExtension(extension);
+    }
+    return unique;
+}
+
+std::string ZBFileManager::formatFileSize(double size) {
+    constexpr double kilobyte = 1024;
+    constexpr double megabyte = kilobyte * 1024;
+    constexpr double gigabyte = megabyte * 1024;
+    if (size < kilobyte) return messageText("%0.0f B", size);
+    if (size < megabyte) return messageText("%0.2f KB", size / kilobyte);
+    if (size < gigabyte) return messageText("%0.2f MB", size / megabyte);
+    return messageText("%0.2f GB", size / gigabyte);
+}
+
+bool ZBFileManager::isFileLocked(const Path& file) {
+    return current().files.isLocked(file);
+}
+
+void ZBFileManager::lockFile(const Path& file) {
+    setLocked(file, true);
+}
+
+// What is not locked is not touched.
+void ZBFileManager::unlockFile(const Path& file) {
+    if (isFileLocked(file)) setLocked(file, false);
+}
+
+void ZBFileManager::lockFolder(const Path& folder) {
+    forEachFileBelow(folder, lockFile);
+}
+
+void ZBFileManager::unlockFolder(const Path& folder) {
+    forEachFileBelow(folder, unlockFile);
+}
+
+std::optional<Value::Dictionary> ZBFileManager::infoForDiskAtMountpoint(const Path& mountPoint) {
+    const auto facts = current().volumes.factsOfVolume(mountPoint);
+    if (!facts) return std::nullopt;
+    return Value::Dictionary{{"MountPoint", facts->mountPoint.str()},
+                             {"DeviceNode", facts->device},
+                             {"VolumeName", facts->name},
+                             {"FilesystemType", facts->fileSystemType},
+                             {"TotalSize", facts->totalSize},
+                             {"FreeSpace", facts->freeSpace},
+                             {"WritableVolume", facts->isWritable},
+                             {"RemovableMedia", facts->isRemovable}};
 }
 
 }  // namespace larkspan

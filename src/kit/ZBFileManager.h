@@ -1,9 +1,12 @@
 #pragma once
 
 #include "foundation/Path.h"
+#include "foundation/Value.h"
 
 #include <chrono>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace larkspan {
 
@@ -12,22 +15,66 @@ enum class ShouldAuth { no, yes };
 // Operations on files that log what goes wrong. No state; any thread.
 class ZBFileManager {
   public:
+    // ---- guarded operations ----
+    //
+    // Each is tried again with administrator rights where rights are what is missing and
+    // `shouldAuth` allows it. With a time-out it then waits at most that long until what it was to
+    // bring about is seen (operations with administrator rights go on after their return). A
+    // missing item is as good as removed.
+
+    // Moves an item to the user's Trash.
+    [[nodiscard]] static bool trashFile(const Path& file, ShouldAuth shouldAuth = ShouldAuth::yes);
+    [[nodiscard]] static bool trashFile(const Path& file, std::chrono::seconds timeout);
+
+    // Removes an item with all that it holds.
+    [[nodiscard]] static bool removeFile(const Path& file, ShouldAuth shouldAuth = ShouldAuth::yes);
+    [[nodiscard]] static bool removeFile(const Path& file, std::chrono::seconds timeout);
+
     // Creates a folder with those above it; an existing folder is a success. False when its volume
-    // is not mounted. Where rights are missing and `shouldAuth` says so, it is tried again with
-    // administrator rights.
+    // is not mounted.
     [[nodiscard]] static bool createDirectory(const Path& path,
                                               ShouldAuth shouldAuth = ShouldAuth::yes);
-    // The same, then waits at most that long until the folder is there.
     [[nodiscard]] static bool createDirectory(const Path& path, std::chrono::seconds timeout);
 
-    // False when the path lies on a volume that is not mounted: below a volumes folder without its
-    // volume, or on a configured mount point that is not mounted.
-    static bool isVolumeMountedForPath(const Path& path);
-    // The same, and names the mount point on the system console.
-    static bool isDriveMountedForPath(const Path& path);
+    // Copies a file or folder to a path where nothing is. An empty path is none.
+    [[nodiscard]] static bool copyFile(const Path& file, const Path& toPath,
+                                       ShouldAuth shouldAuth = ShouldAuth::yes);
+    [[nodiscard]] static bool copyFile(const Path& file, const Path& toPath,
+                                       std::chrono::seconds timeout);
 
-    // A failure is logged.
-    static void setPosixPermissions(unsigned permissions, const Path& forFile);
+    // Moves or renames within a file system, to a path where nothing is; a rename may differ in
+    // case alone.
+    [[nodiscard]] static bool moveFile(const Path& file, const Path& toPath,
+                                       ShouldAuth shouldAuth = ShouldAuth::yes);
+    [[nodiscard]] static bool moveFile(const Path& file, const Path& toPath,
+                                       std::chrono::seconds timeout);
+
+    // ---- folders and names ----
+
+    // Whether a folder holds nothing but folders that are empty in this sense and what file
+    // browsers leave. An unreadable folder counts as empty.
+    static bool isFolderEmpty(const Path& folder);
+    // False when it is not empty or cannot be removed.
+    [[nodiscard]] static bool removeFolderIfEmpty(const Path& folder);
+    // Whether a name is one that file browsers leave: ".DS_Store", or "Icon" and a carriage
+    // return, the folder's own icon.
+    static bool isFolderDecoration(std::string_view name);
+
+    // The path itself when nothing is there, else the first free of "Report 2.txt" and so on.
+    static Path uniqueFilename(const Path& path);
+
+    // Whether a folder shows as one file: its name ends in app, bundle, framework, plugin,
+    // fcpbundle, fcpproject or fcpevent, in any case.
+    static bool isFilePackage(const Path& path);
+
+    // "512 B", "1.50 KB", "2.00 MB", "1.25 GB", by powers of 1024.
+    static std::string formatFileSize(double size);
+
+    // ---- waiting for other programs ----
+
+    // Gives a file that is not there, or empty, half a millisecond; no more, whatever the
+    // time-out, which callers must not rely on.
+    static void waitForFileCreation(const Path& file, std::chrono::seconds timeout);
 
     // Waits while a file is being written: while its modification date lies less than 4 seconds
     // in the past. With the name of a lock file, also logs when such a file stands beside it.
@@ -35,9 +82,31 @@ class ZBFileManager {
     // never comes to rest is given up after 10 minutes, so that the caller is never held for good.
     static void waitForFileWrites(const Path& path, const std::string& lockFile = {});
 
-    // Whether a folder shows as one file: its name ends in app, bundle, framework, plugin,
-    // fcpbundle, fcpproject or fcpevent, in any case.
-    static bool isFilePackage(const Path& path);
+    // ---- attributes ----
+
+    // The attribute that keeps an item from being changed or removed. Failures are logged.
+    static bool isFileLocked(const Path& file);
+    static void lockFile(const Path& file);
+    static void unlockFile(const Path& file);
+    // Every file in the folder at any depth; folders themselves are left alone.
+    static void lockFolder(const Path& folder);
+    static void unlockFolder(const Path& folder);
+
+    // A failure is logged.
+    static void setPosixPermissions(unsigned permissions, const Path& forFile);
+
+    // ---- volumes ----
+
+    // The facts of a mounted volume under the keys MountPoint, DeviceNode, VolumeName,
+    // FilesystemType, TotalSize and FreeSpace (bytes), WritableVolume, RemovableMedia; nothing for
+    // what is no mount point.
+    static std::optional<Value::Dictionary> infoForDiskAtMountpoint(const Path& mountPoint);
+
+    // False when the path lies on a volume that is not mounted: below a volumes folder without its
+    // volume, or on a configured mount point that is not mounted.
+    static bool isVolumeMountedForPath(const Path& path);
+    // The same, and names the mount point on the system console.
+    static bool isDriveMountedForPath(const Path& path);
 };
 
 }  // namespace larkspan
