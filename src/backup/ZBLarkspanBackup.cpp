@@ -31,7 +31,8 @@ ZBLarkspanBackup::ZBLarkspanBackup()
                       backupProject(project, versions, number, options);
                   },
               .manageBackups = [this] { manageBackups(); },
-              .cacheForProject = [this](const Path& folder) { return cacheForProject(folder); }}) {
+              .cacheForProject = [this](const Path& folder) { return cacheForProject(folder); }}),
+      retention_([this](const std::vector<Path>& versions) { removeSyncedFiles(versions); }) {
     DBSession::openSharedSessionIfWanted(Preferences::frontEnd());
 }
 
@@ -86,7 +87,22 @@ std::optional<Path> ZBLarkspanBackup::currentBundlePath() {
     return std::nullopt;
 }
 
-void ZBLarkspanBackup::manageBackups() {}
+void ZBLarkspanBackup::manageBackups() {
+    retention_.manageBackups();
+}
+
+void ZBLarkspanBackup::removeBackup(const Path& version, RemovalType removeType,
+                                    RemoveSynced removeSynced) {
+    retention_.removeBackup(version, removeType, removeSynced);
+}
+
+bool ZBLarkspanBackup::removeLastDuplicateForProject(const Path& versionFolder) {
+    return Retention::removeLastDuplicateForProject(versionFolder);
+}
+
+bool ZBLarkspanBackup::removeEmptyFolder(const Path& folder) {
+    return Retention::removeEmptyFolder(folder);
+}
 
 std::optional<Value::Dictionary> ZBLarkspanBackup::cacheForProject(const Path&) {
     return std::nullopt;
@@ -95,5 +111,7 @@ std::optional<Value::Dictionary> ZBLarkspanBackup::cacheForProject(const Path&) 
 void ZBLarkspanBackup::takeScreenshot(const Path&, const std::string&, VersionNumber) {}
 
 void ZBLarkspanBackup::uploadFileToCloud(const Path&) {}
+
+void ZBLarkspanBackup::removeSyncedFiles(const std::vector<Path>&) {}
 
 }  // namespace larkspan

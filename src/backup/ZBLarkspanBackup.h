@@ -5,6 +5,7 @@
 #include "backup/ProjectBackup.h"
 #include "backup/ProjectCopy.h"
 #include "backup/ProjectList.h"
+#include "backup/Retention.h"
 #include "backup/VersionName.h"
 #include "foundation/Error.h"
 #include "foundation/Path.h"
@@ -55,10 +56,20 @@ class ZBLarkspanBackup {
     // The front-end's bundle; empty when it is not installed.
     static std::optional<Path> currentBundlePath();
 
+    // ---- old versions ----
+
+    // Thins the versions of every project by the user's rules.
+    void manageBackups();
+    // Removes one version with everything that belongs to it.
+    void removeBackup(const Path& version, RemovalType removeType,
+                      RemoveSynced removeSynced = RemoveSynced::yes);
+    // Removes the newest version when it equals the one before. True when it did.
+    static bool removeLastDuplicateForProject(const Path& versionFolder);
+    // Removes a folder that holds nothing, or nothing but one hidden entry.
+    static bool removeEmptyFolder(const Path& folder);
+
     // ---- not carried out yet: each is called at its place and does nothing ----
 
-    // Will thin the old versions of every project by the user's rules.
-    void manageBackups();
     // Will bring the change-list cache of a project up to date and return it; empty: there is none.
     std::optional<Value::Dictionary> cacheForProject(const Path& projectFolder);
     // Will store a picture of the screen with a version, named after it.
@@ -66,6 +77,8 @@ class ZBLarkspanBackup {
                         VersionNumber backupNumber);
     // Will hand a new version to the cloud when synchronisation is on.
     void uploadFileToCloud(const Path& version);
+    // Will remove the copies of versions in the cloud.
+    void removeSyncedFiles(const std::vector<Path>& versions);
 
   private:
     EngineState state_;
@@ -73,6 +86,7 @@ class ZBLarkspanBackup {
     ProjectCopy copy_;
     ProjectBackup backup_;
     BatchRun batch_;
+    Retention retention_;
 };
 
 }  // namespace larkspan

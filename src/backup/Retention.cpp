@@ -1,0 +1,141 @@
+#include "backup/Retention.h"
+
+#include "backup/StoreLayout.h"
+#include "backup/VersionName.h"
+#include "backup/VersionRemoval.h"
+#include "kit/Preferences.h"
+#include "kit/ZBFileManager.h"
+#include "kit/ZBLog.h"
+#include "platform/Clock.h"
+#include "platform/Files.h"
+#include "platform/Platform.h"
+
+#include <algorithm>
+
+namespace larkspan {
+namespace {
+
+platform::Platform& current() {
+    return platform::Platform::current();
+}
+
+bool isVisible(std::string_view name, platform::EntryKind) {
+    return !isHiddenName(name);
+}
+
+std::vector<StoredFile> storedFiles(platform::Folder& versions) {
+    std::vector<StoredFile> files;
+    for (auto& entry : versions.entries(isVisible)) {
+        const auto info = versions.info(entry.name);
+        files.push_back(
+            {std::move(entry.name), info ? std::optional(info->modificationDate) : std::nullopt});
+    }
+    return files;
+}
+
+// The last version and the one before it, as the store counts them; fewer when there are not two.
+std::vector<std::string> lastTwo(const Path& versionFolder) {
+    std::vector<std::string> names;
+    const auto folder = current().files.openFolder(versionFolder);
+    if (!folder) return names;
+    for (auto& entry : folder->entries(isVisible)) names.push_back(std::move(entry.name));
+    std::ranges::stable_sort(names, {}, [](const auto& name) { return numberOfVersion(name); });
+    const size_t surplus = names.size() > 2 ? names.size() - 2 : 0;
+    names.erase(names.begin(), names.begin() + static_cast<std::ptrdiff_t>(surplus));
+    return names;
+}
+
+void removeDuplicate(const Path& file) {
+    constexpr std::chrono::seconds timeout{10};
+    ZBLog::appendLog("Removing duplicate file %@...", file);
+    (void)ZBFileManager::removeFile(file, timeout);
+}
+
+}  // namespace
+
+void Retention::manageBackups() {
+    const Preferences preferences = Preferences::frontEnd();
+    const RetentionRules rules = retentionRules(preferences);
+    if (!rules.isOn) return;
+    ZBLog::appendLog("Starting backup management");
+    warnOfPeriodCount(preferences.integer("oldBackupCount", rules.keptPerPeriod));
+    const auto root = storelayout::storeRoot(preferences);
+    const auto store = root && ZBFileManager::isVolumeMountedForPath(*root)
+                           ? current().files.openFolder(*root)
+                           : nullptr;
+    if (!store) {
+        ZBLog::appendLog("No old versions are removed: there is no version store at %@",
+                         root.value_or(Path()));
+        return;
+    }
+    std::vector<Path> removed;
+    for (const platform::DirectoryEntry& entry : store->entries()) {
+        const Path versions = *root / entry.name / storelayout::versionsName;
+        if (entry.kind == platform::EntryKind::file) continue;
+        const auto folder = store->openFolder(entry.name + "/" + storelayout::versionsName);
+        if (folder && !manageProject(versions, *folder, rules, removed)) return;
+    }
+    if (!removed.empty() && rules.removesSynced) removeSyncedFiles_(removed);
+}
+
+bool Retention::manageProject(const Path& versionFolder, platform::Folder& folder,
+                              const RetentionRules& rules, std::vector<Path>& removed) {
+    const RetentionPlan plan = retentionPlan(storedFiles(folder), rules, current().clock.now());
+    if (plan.removals.empty()) return true;
+    auto listing = ProjectFolderListing::of(versionFolder);
+    for (const size_t index : plan.removals) {
+        const std::string& name = plan.verdicts[index].name;
+        versionremoval::removeBackup(listing, name, rules.removal);
+        removed.push_back(versionFolder / name);
+    }
+    return !plan.endsRun;
+}
+
+// Said once for each life of the engine: the rule works as if it were 1.
+void Retention::warnOfPeriodCount(long stored) {
+    if (stored >= 1 || warned_) return;
+    warned_ = true;
+    ZBLog::appendLog("oldBackupCount is %li; one version is kept per period", stored);
+}
+
+RetentionPlan Retention::plan(const Path& versionFolder, const RetentionRules& rules) {
+    const auto folder = current().files.openFolder(versionFolder);
+    if (!folder) return {};
+    return retentionPlan(storedFiles(*folder), rules, current().clock.now());
+}
+
+void Retention::removeBackup(const Path& version, RemovalType removeType,
+                             RemoveSynced removeSynced) const {
+    auto listing = ProjectFolderListing::of(version.deletingLastPathComponent());
+    if (!listing.versions.contains(version.lastPathComponent())) return;
+    versionremoval::removeBackup(listing, version.lastPathComponent(), removeType);
+    if (removeSynced == RemoveSynced::no) return;
+    if (retentionRules(Preferences::frontEnd()).removesSynced) removeSyncedFiles_({version});
+}
+
+bool Retention::removeLastDuplicateForProject(const Path& versionFolder) {
+    const std::vector<std::string> names = lastTwo(versionFolder);
+    if (names.size() < 2) return false;
+    const Path last = versionFolder / names[1];
+    platform::Files& files = current().files;
+    if (!files.contentsEqual(last, versionFolder / names[0])) return false;
+    removeDuplicate(last);
+    const Path base = last.deletingPathExtension();
+    if (const Path rendition = base.appendingPathExtension("xml"); files.exists(rendition)) {
+        removeDuplicate(rendition);
+    }
+    // Looked for below the version folder, not where pictures are kept, so that it stays as a rule.
+    // Deliberate: the picture is of a moment in which the user did save.
+    const Path picture = versionFolder / messageText("/Screenshots/%@.jpg", base);
+    if (files.exists(picture)) removeDuplicate(picture);
+    return true;
+}
+
+bool Retention::removeEmptyFolder(const Path& folder) {
+    const auto entries = current().files.contentsOfFolder(folder);
+    if (!entries || entries->size() > 1) return false;
+    if (!entries->empty() && !isHiddenName(entries->front().name)) return false;
+    return !current().files.removeItem(folder);
+}
+
+}  // namespace larkspan

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "backup/RetentionPolicy.h"
+#include "foundation/Path.h"
+#include "platform/Files.h"
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace larkspan {
+
+enum class RemoveSynced { no, yes };
+
+// Keeps the version store within what the user wants kept: reads the folders, has the policy decide
+// and removes what is to go. Used from the scan queue.
+class Retention {
+  public:
+    // Is handed the paths of removed versions whose copies in the cloud are to go, too.
+    using RemoveSyncedFiles = std::function<void(const std::vector<Path>& versions)>;
+
+    explicit Retention(RemoveSyncedFiles removeSyncedFiles)
+        : removeSyncedFiles_(std::move(removeSyncedFiles)) {}
+
+    // Applies the rules to every project in the store. What cannot be removed counts as removed
+    // for the cloud, and is tried again in the next run.
+    void manageBackups();
+
+    // What manageBackups would decide about a version folder now; nothing is touched.
+    static RetentionPlan plan(const Path& versionFolder, const RetentionRules& rules);
+
+    // Removes one version with everything that belongs to it.
+    void removeBackup(const Path& version, RemovalType removeType,
+                      RemoveSynced removeSynced = RemoveSynced::yes) const;
+
+    // Removes the last entry of a version folder when it equals the one before it, whatever the
+    // user wants done with removed versions. True when it did.
+    static bool removeLastDuplicateForProject(const Path& versionFolder);
+
+    // Removes a folder that is empty or holds nothing but one hidden entry. False when it holds
+    // more or stays.
+    static bool removeEmptyFolder(const Path& folder);
+
+  private:
+    // False when the run is over. What is removed is added to `removed`.
+    static bool manageProject(const Path& versionFolder, platform::Folder& folder,
+                              const RetentionRules& rules, std::vector<Path>& removed);
+    void warnOfPeriodCount(long stored);
+
+    RemoveSyncedFiles removeSyncedFiles_;
+    bool warned_ = false;
+};
+
+}  // namespace larkspan

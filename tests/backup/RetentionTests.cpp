@@ -1,0 +1,215 @@
+#include "backup/Retention.h"
+#include "support/StoreTest.h"
+
+#include <cerrno>
+
+#include <gmock/gmock.h>
+
+namespace larkspan {
+namespace {
+
+using namespace std::chrono_literals;
+using platform::FileOperation;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+constexpr auto day = 24h;
+
+class RetentionTest : public testing::StoreTest {
+  protected:
+    // Rules under which everything of more than a day before the newest version goes.
+    void setRules(Value::Dictionary changes = {}) {
+        Value::Dictionary rules{{"storagePath", "/Store"},
+                                {"backupManagementMinLimitSet", 0},
+                                {"deleteBackupCount", 1},
+                                {"removalType", 1}};
+        for (const auto& [key, value] : changes) rules.insert_or_assign(key, value);
+        setPreferences(rules);
+    }
+    // Three versions with renditions and pictures, all but the last long past.
+    void addFinalCutProject(const std::string& identifier) {
+        addProject(identifier, identifier + ".fcp");
+        for (const auto& [number, age] :
+             {std::pair("1", 9 * day), {"2", 8 * day}, {"3", 0 * day}}) {
+            const std::string name = std::string("Cut.0000") + number;
+            addVersion(identifier, name + ".fcp", age);
+            addVersion(identifier, name + ".xml", age);
+            writeFile(folderOf(identifier) / "Screenshots" / (name + ".jpg"), "picture");
+        }
+    }
+    std::vector<std::string> pictureNames(const std::string& identifier) {
+        return namesIn(folderOf(identifier) / "Screenshots");
+    }
+
+    std::vector<Path> synced;
+    Retention retention{[this](const std::vector<Path>& versions) {
+        synced.insert(synced.end(), versions.begin(), versions.end());
+    }};
+};
+
+TEST_F(RetentionTest, RemovesVersionsWithWhatBelongsToThem) {
+    setRules();
+    addFinalCutProject("A");
+    retention.manageBackups();
+    EXPECT_THAT(versionNames("A"), ElementsAre("Cut.00003.fcp", "Cut.00003.xml"));
+    EXPECT_THAT(pictureNames("A"), ElementsAre("Cut.00003.jpg"));
+    const std::string first = versionsOf("A").str() + "/Cut.00001";
+    const auto lines = loggedLines();
+    ASSERT_GE(lines.size(), 5U);
+    EXPECT_EQ(lines[0], "Starting backup management");
+    EXPECT_EQ(lines[1], "Removing backup " + first + ".fcp...");
+    EXPECT_EQ(lines[2], "Deleting file " + first + ".fcp...");
+    EXPECT_EQ(lines[3], "Deleting " + first + ".xml...");
+    EXPECT_EQ(lines[4], "Deleting " + folderOf("A").str() + "/Screenshots/Cut.00001.jpg...");
+    EXPECT_THAT(synced, IsEmpty()) << "not unless the user synchronises";
+    retention.manageBackups();
+    EXPECT_EQ(versionNames("A").size(), 2U);
+}
+
+TEST_F(RetentionTest, SendsThemToTheTrash) {
+    setRules({{"removalType", 0}});
+    addFinalCutProject("A");
+    retention.manageBackups();
+    EXPECT_EQ(versionNames("A").size(), 2U);
+    EXPECT_EQ(namesIn(fake.places.homeDirectory() / fake.places.trashFolderInHome()).size(), 6U);
+    EXPECT_THAT(loggedLines(), Contains("Sending file to trash...").Times(0));
+    EXPECT_THAT(loggedLines(),
+                Contains("Sending " + versionsOf("A").str() + "/Cut.00001.xml to trash..."));
+}
+
+TEST_F(RetentionTest, DoesNothingWhenSwitchedOffOrWithoutStore) {
+    addFinalCutProject("A");
+    setRules({{"manageBackups", 0}});
+    retention.manageBackups();
+    EXPECT_THAT(loggedLines(), IsEmpty());
+    for (const char* root : {"/Missing", "/Work/A.fcp", "/Volumes/Gone/Store"}) {
+        setRules({{"storagePath", root}});
+        retention.manageBackups();
+        EXPECT_THAT(loggedLines(), Contains(HasSubstr("there is no version store at ")));
+    }
+    EXPECT_EQ(versionNames("A").size(), 6U);
+}
+
+TEST_F(RetentionTest, TheLimitOfOldVersionsEndsTheRunBeforeTheCloudIsTold) {
+    setRules({{"oldBackupLimit", 0}, {"deleteBackupSet", 0}, {"syncService", 1}});
+    addFinalCutProject("A");
+    addFinalCutProject("B");
+    retention.manageBackups();
+    EXPECT_EQ(versionNames("A").size(), 2U);
+    EXPECT_EQ(versionNames("B").size(), 6U);
+    EXPECT_THAT(synced, IsEmpty());
+    retention.manageBackups();
+    EXPECT_EQ(versionNames("B").size(), 2U) << "its turn comes in the next run";
+}
+
+TEST_F(RetentionTest, TellsTheCloudWhatWasRemoved) {
+    setRules({{"syncService", 1}});
+    addFinalCutProject("A");
+    retention.manageBackups();
+    EXPECT_THAT(synced,
+                ElementsAre(versionsOf("A") / "Cut.00001.fcp", versionsOf("A") / "Cut.00002.fcp"));
+    synced.clear();
+    setRules({{"syncService", 1}, {"syncDeleteRemoteFiles", 0}});
+    retention.removeBackup(versionsOf("A") / "Cut.00003.fcp", RemovalType::remove);
+    EXPECT_THAT(synced, IsEmpty());
+    EXPECT_FALSE(fake.files.exists(versionsOf("A"))) << "an empty version folder goes";
+}
+
+TEST_F(RetentionTest, WhatCannotBeRemovedStaysAndTheRestGoes) {
+    setRules({{"syncService", 1}});
+    addFinalCutProject("A");
+    const Path stuck = versionsOf("A") / "Cut.00001.fcp";
+    fake.faults.refuseCall(FileOperation::removeItem, 1, EROFS);
+    retention.manageBackups();
+    EXPECT_TRUE(fake.files.exists(stuck));
+    EXPECT_FALSE(fake.files.exists(versionsOf("A") / "Cut.00002.fcp"));
+    EXPECT_THAT(loggedLines(), Contains(HasSubstr("Error removing file: ")));
+    EXPECT_THAT(synced, Contains(stuck)) << "it still goes in the cloud";
+}
+
+TEST_F(RetentionTest, LeavesOddEntriesInPeace) {
+    setRules();
+    addProject("A", "Cut.fcp");
+    addVersion("A", "Cut.100000.fcp", 0h);
+    addVersion("A", "Cut.00001.fcp", 2 * day);
+    addVersion("A", "Cut.99999.fcp", 0h);
+    addVersion("A", ".hidden", 100 * day);
+    fake.files.addLink(versionsOf("A") / "Cut.00002.fcp", "/nowhere");
+    fake.files.addPipe(versionsOf("A") / "Cut.00003.fcp");
+    retention.manageBackups();
+    EXPECT_THAT(versionNames("A"), Not(Contains("Cut.00001.fcp")));
+    EXPECT_THAT(versionNames("A"),
+                ::testing::IsSupersetOf({".hidden", "Cut.00002.fcp", "Cut.100000.fcp"}));
+}
+
+TEST_F(RetentionTest, ACacheBesideItTakesOverWhatChanged) {
+    setRules();
+    addFinalCutProject("A");
+    const auto entry = [](const char* change) {
+        return Value::Dictionary{{"type", "xml"}, {"changelist", Value::Array{change}}};
+    };
+    const auto caches = storelayout::cacheFolder();
+    const Path file = storelayout::cacheFile(*caches, versionsOf("A"));
+    ASSERT_EQ(file.lastPathComponent(), "Versions.cache.plist");
+    ASSERT_FALSE(savePropertyList(
+        Value::Dictionary{{"Cut.00002.xml", entry("a")}, {"Cut.00003.xml", entry("b")}}, file));
+    retention.removeBackup(versionsOf("A") / "Cut.00002.xml", RemovalType::remove);
+    const auto cache = loadPropertyList(file);
+    ASSERT_TRUE(cache);
+    EXPECT_FALSE(cache->find("Cut.00002.xml"));
+    EXPECT_EQ(*cache->find("Cut.00003.xml")->find("changelist")->array()->at(0).string(),
+              "(Base version)");
+    EXPECT_THAT(versionNames("A"), Not(Contains("Cut.00002.fcp"))) << "the copy goes with it";
+    writeFile(file, "torn");
+    retention.removeBackup(versionsOf("A") / "Cut.00001.xml", RemovalType::remove);
+    EXPECT_EQ(*fake.files.readFile(file, 99), "torn");
+}
+
+TEST_F(RetentionTest, SaysOnceThatAPeriodKeepsOne) {
+    setRules({{"oldBackupCount", 0}});
+    addFinalCutProject("A");
+    retention.manageBackups();
+    retention.manageBackups();
+    EXPECT_THAT(loggedLines(),
+                Contains("oldBackupCount is 0; one version is kept per period").Times(1));
+}
+
+TEST_F(RetentionTest, RemovesTheLastVersionWhenItIsADuplicate) {
+    addProject("A", "Cut.fcp");
+    const auto version = [&](const char* name, const char* content) {
+        writeFile(versionsOf("A") / name, content);
+    };
+    version("Cut.00001.fcp", "same");
+    EXPECT_FALSE(Retention::removeLastDuplicateForProject(versionsOf("A")));
+    version("Cut.00002.fcp", "same");
+    EXPECT_TRUE(Retention::removeLastDuplicateForProject(versionsOf("A")));
+    EXPECT_THAT(versionNames("A"), ElementsAre("Cut.00001.fcp"));
+    version("Cut.00002.fcp", "different");
+    EXPECT_FALSE(Retention::removeLastDuplicateForProject(versionsOf("A")));
+    // With renditions between them copies are never compared with copies, deliberately.
+    version("Cut.00003.fcp", "different");
+    version("Cut.00002.xml", "rendition");
+    version("Cut.00003.xml", "rendition 3");
+    EXPECT_FALSE(Retention::removeLastDuplicateForProject(versionsOf("A")));
+    EXPECT_FALSE(Retention::removeLastDuplicateForProject(Path("/missing")));
+}
+
+TEST_F(RetentionTest, AFolderWithOneHiddenEntryIsEmpty) {
+    for (const auto& [name, files, goes] : {std::tuple("a", std::vector{".DS_Store"}, true),
+                                            {"b", {".a", ".b"}, false},
+                                            {"c", {"visible"}, false},
+                                            {"d", {}, true}}) {
+        const Path folder = Path("/F") / name;
+        ASSERT_FALSE(fake.files.createFolder(folder));
+        for (const char* file : files) writeFile(folder / file, "");
+        EXPECT_EQ(Retention::removeEmptyFolder(folder), goes) << name;
+        EXPECT_EQ(fake.files.exists(folder), !goes) << name;
+    }
+    EXPECT_FALSE(Retention::removeEmptyFolder(Path("/missing")));
+}
+
+}  // namespace
+}  // namespace larkspan
