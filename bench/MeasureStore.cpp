@@ -20,6 +20,16 @@ void offMainThread(const std::function<void()>& work) {
     std::thread(work).join();
 }
 
+// So long a recent window that no version lies before it.
+constexpr long everyDay = 100'000;
+
+int manageBackups() {
+    ZBLog::createNewLog();
+    ZBLarkspanBackup engine;
+    offMainThread([&] { engine.manageBackups(); });
+    return EXIT_SUCCESS;
+}
+
 }  // namespace
 
 int measureDiscover(const std::vector<std::string>& arguments) {
@@ -54,6 +64,21 @@ int measureRescan(const std::vector<std::string>& arguments) {
         (void)std::printf("ms %.1f\n", passed.count());
     });
     return EXIT_SUCCESS;
+}
+
+int measureThin(const std::vector<std::string>& arguments) {
+    TemporaryHome home({{"storagePath", arguments[0]},
+                        {"backupManagementMinLimitSet", 0},
+                        {"currentDayCount", everyDay},
+                        {"currentBackupLimitSet", 1},
+                        {"currentBackupLimit", integerValue(arguments[1])},
+                        {"removalType", 1}});
+    return manageBackups();
+}
+
+int measureKeep(const std::vector<std::string>& arguments) {
+    TemporaryHome home({{"storagePath", arguments[0]}, {"currentDayCount", everyDay}});
+    return manageBackups();
 }
 
 int measureVersion(const std::vector<std::string>& arguments) {

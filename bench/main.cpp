@@ -20,26 +20,36 @@ constexpr const char* usage =
     "  scan STORE               one batch run over a version store\n"
     "  rescan STORE             two batch runs; \"ms N\" for the second\n"
     "  version PROJECT DIR N    one version of a project\n"
+    "  copy none|md5|sha1 SOURCE DEST...  a verified copy to one or several places\n"
+    "  thin STORE KEEP          removes all but KEEP versions of each project\n"
+    "  keep STORE               looks for old versions where none are to go\n"
     "  idle ROOT                the whole helper on a folder, until it is ended\n";
 
 int measure(const std::vector<std::string>& arguments) {
-    using Operation = int (*)(const std::vector<std::string>&);
-    const std::map<std::string, std::pair<Operation, size_t>> operations = {
-        {"watch", {measureWatch, 1}},     {"discover", {measureDiscover, 2}},
-        {"scan", {measureScan, 1}},       {"rescan", {measureRescan, 1}},
-        {"version", {measureVersion, 3}}, {"idle", {measureIdle, 1}}};
+    constexpr size_t any = 1000;
+    struct Operation {
+        int (*run)(const std::vector<std::string>& arguments);
+        size_t fewest;
+        size_t most;
+    };
+    const std::map<std::string, Operation> operations = {
+        {"watch", {measureWatch, 1, 1}}, {"discover", {measureDiscover, 2, 2}},
+        {"scan", {measureScan, 1, 1}},   {"rescan", {measureRescan, 1, 1}},
+        {"copy", {measureCopy, 3, any}}, {"version", {measureVersion, 3, 3}},
+        {"thin", {measureThin, 2, 2}},   {"keep", {measureKeep, 1, 1}},
+        {"idle", {measureIdle, 1, 1}}};
     const auto found = arguments.empty() ? operations.end() : operations.find(arguments.front());
     if (found == operations.end()) {
         (void)std::fputs(usage, stderr);
         return notThereYet;
     }
-    const auto [operation, count] = found->second;
+    const auto [run, fewest, most] = found->second;
     const std::vector<std::string> rest(arguments.begin() + 1, arguments.end());
-    if (rest.size() != count) {
+    if (rest.size() < fewest || rest.size() > most) {
         (void)std::fputs(usage, stderr);
         return 2;
     }
-    return operation(rest);
+    return run(rest);
 }
 
 }  // namespace

@@ -1,12 +1,15 @@
 #pragma once
 
+#include "foundation/Digest.h"
 #include "foundation/Path.h"
 #include "foundation/Value.h"
+#include "kit/FileCopy.h"
 
 #include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace larkspan {
 
@@ -48,6 +51,31 @@ class ZBFileManager {
                                        ShouldAuth shouldAuth = ShouldAuth::yes);
     [[nodiscard]] static bool moveFile(const Path& file, const Path& toPath,
                                        std::chrono::seconds timeout);
+
+    // ---- copying with progress ----
+
+    // Copies one file to several destinations in one pass, on the caller's thread; what stands
+    // there is replaced. With a verification every piece is read back where it was written and goes
+    // into the destination's checksum. Afterwards the destinations get the source's dates and
+    // permissions.
+    //
+    // True when the source was read to its size at the start or beyond. What could not be written
+    // is reported on the system console, as everything here is, and does not end the copy,
+    // deliberately: other destinations may be well. A checksum that differs goes to the delegate
+    // alone. A cancelled copy leaves what was written.
+    [[nodiscard]] static bool copyFileWithProgress(const Path& file,
+                                                   const std::vector<Path>& destinations,
+                                                   VerificationType verificationType,
+                                                   FileCopyDelegate* delegate = nullptr,
+                                                   const FileCopyObjects& objects = {});
+    // To one destination, without verification.
+    [[nodiscard]] static bool copyFileWithProgress(const Path& file, const Path& destination,
+                                                   FileCopyDelegate* delegate = nullptr,
+                                                   const FileCopyObjects& objects = {});
+
+    // The checksum text of what a digest of that kind has taken in.
+    static std::string md5HashWithContext(const Digest& context);
+    static std::string sha1HashWithContext(const Digest& context);
 
     // ---- folders and names ----
 

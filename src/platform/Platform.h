@@ -9,6 +9,7 @@ class Connections;
 class Console;
 class FileEvents;
 class Files;
+class FileStreams;
 class Machine;
 class MainThread;
 class Privileges;
@@ -35,6 +36,7 @@ struct Platform {
     Processes& processes;
     SessionEvents& sessionEvents;
     StandardPlaces& places;
+    FileStreams& streams;
     Trash& trash;
     UserNotifications& userNotifications;
     Volumes& volumes;

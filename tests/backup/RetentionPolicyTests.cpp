@@ -223,7 +223,7 @@ TEST_F(RetentionPolicyTest, HoldsOnRandomStores) {
     for (int round = 0; round < 2000; ++round) {
         files.clear();
         std::vector<Seconds> ages(static_cast<size_t>(upTo(60)));
-        for (Seconds& age : ages) age = Seconds(double(upTo(150 * 86400)));
+        for (Seconds& age : ages) age = Seconds(double(upTo(150L * 86400)));
         std::ranges::sort(ages, std::greater());
         for (const Seconds age : ages) {
             add({age});

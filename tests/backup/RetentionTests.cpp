@@ -21,7 +21,7 @@ constexpr auto day = 24h;
 class RetentionTest : public testing::StoreTest {
   protected:
     // Rules under which everything of more than a day before the newest version goes.
-    void setRules(Value::Dictionary changes = {}) {
+    void setRules(const Value::Dictionary& changes = {}) {
         Value::Dictionary rules{{"storagePath", "/Store"},
                                 {"backupManagementMinLimitSet", 0},
                                 {"deleteBackupCount", 1},

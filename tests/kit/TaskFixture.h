@@ -78,6 +78,7 @@ class TaskFixture : public ::testing::Test {
                                 .processes = processes,
                                 .sessionEvents = fake.sessionEvents,
                                 .places = places,
+                                .streams = fake.streams,
                                 .trash = fake.trash,
                                 .userNotifications = fake.userNotifications,
                                 .volumes = fake.volumes};

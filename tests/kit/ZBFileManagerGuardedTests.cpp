@@ -138,7 +138,7 @@ TEST_F(GuardedFilesTest, LockWholeFoldersButNotTheFolders) {
 
 TEST_F(GuardedFilesTest, FoldersOfDecorationAreEmpty) {
     const auto folder = [&](const char* name, std::initializer_list<const char*> files) {
-        const Path path = Path("/E") / name;
+        Path path = Path("/E") / name;
         EXPECT_FALSE(fake.files.createFolder(path));
         for (const char* inIt : files) writeFile(path / inIt, "");
         return path;

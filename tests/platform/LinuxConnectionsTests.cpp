@@ -184,7 +184,7 @@ class DescriptorsLeft {
     explicit DescriptorsLeft(int count) {
         ::getrlimit(RLIMIT_NOFILE, &before_);
         rlimit few = before_;
-        few.rlim_cur = rlim_t(FileDescriptor(::dup(0)).get() + count);
+        few.rlim_cur = rlim_t(FileDescriptor(::dup(0)).get()) + rlim_t(count);
         ::setrlimit(RLIMIT_NOFILE, &few);
     }
     ~DescriptorsLeft() { ::setrlimit(RLIMIT_NOFILE, &before_); }

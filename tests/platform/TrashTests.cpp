@@ -41,7 +41,7 @@ struct TrashContract : ::testing::Test {
         contents = scene.places.homeDirectory() / scene.places.trashFolderInHome();
     }
     Path write(const std::string& name, const std::string& content) {
-        const Path path = scene.folder / "work" / name;
+        Path path = scene.folder / "work" / name;
         EXPECT_FALSE(scene.files.createFolder(path.deletingLastPathComponent()));
         EXPECT_FALSE(scene.files.writeFileAtomically(path, content));
         return path;

@@ -4,6 +4,8 @@
 #include "platform/Clock.h"
 #include "platform/fake/FakeFileTree.h"
 
+#include <span>
+
 namespace larkspan::platform {
 
 // A file system in memory. The user of the process owns everything, is not root, and is held to
@@ -25,6 +27,10 @@ class FakeFiles final : public Files {
     // A thing that is neither file, folder nor link.
     void addPipe(const Path& path);
     void setAttribute(const Path& path, const std::string& name, std::string value);
+    // A piece of a file, for streams. Rights are not looked at.
+    Result<size_t> readPiece(const Path& path, std::uint64_t position, std::span<char> buffer);
+    std::optional<Error> writePiece(const Path& path, std::uint64_t position,
+                                    std::string_view bytes);
     // Bytes that all files together may have; one more gives ENOSPC.
     void setCapacity(std::uint64_t bytes);
 

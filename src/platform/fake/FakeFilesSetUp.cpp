@@ -1,5 +1,7 @@
 #include "platform/fake/FakeFiles.h"
 
+#include <algorithm>
+
 namespace larkspan::platform {
 
 std::uint64_t FakeFiles::State::free() const {
@@ -55,6 +57,32 @@ void FakeFiles::setAttribute(const Path& path, const std::string& name, std::str
 
 void FakeFiles::setCapacity(std::uint64_t bytes) {
     state_.with([&](State& state) { state.capacity = bytes; });
+}
+
+Result<size_t> FakeFiles::readPiece(const Path& path, std::uint64_t position,
+                                    std::span<char> buffer) {
+    return state_.with([&](State& state) -> Result<size_t> {
+        const auto found = state.tree.find(path);
+        if (found.failed != 0) return posixError(found.failed, "reading " + path.str());
+        const std::string& content = found.node->content;
+        const size_t start = std::min<size_t>(position, content.size());
+        const size_t count = std::min(buffer.size(), content.size() - start);
+        std::copy_n(content.data() + start, count, buffer.data());
+        return count;
+    });
+}
+
+std::optional<Error> FakeFiles::writePiece(const Path& path, std::uint64_t position,
+                                           std::string_view bytes) {
+    return state_.with([&](State& state) -> std::optional<Error> {
+        const auto found = state.tree.find(path);
+        if (found.failed != 0) return posixError(found.failed, "writing " + path.str());
+        std::string& content = found.node->content;
+        content.resize(std::max<size_t>(content.size(), position + bytes.size()));
+        std::copy_n(bytes.data(), bytes.size(), content.data() + position);
+        found.node->modificationDate = found.node->attributeChangeDate = clock_.now();
+        return {};
+    });
 }
 
 }  // namespace larkspan::platform

@@ -7,6 +7,7 @@
 #include "platform/fake/FakeConnections.h"
 #include "platform/fake/FakeConsole.h"
 #include "platform/fake/FakeFileEvents.h"
+#include "platform/fake/FakeFileStreams.h"
 #include "platform/fake/FakeFiles.h"
 #include "platform/fake/FakeMachine.h"
 #include "platform/fake/FakeMainThread.h"
@@ -30,6 +31,7 @@ struct FakePlatform {
     FakeMachine machine;
     FakeFiles files{clock};
     FaultyFiles faults{files};
+    FakeFileStreams streams{files};
     FakeStandardPlaces places;
     FakeTrash trash{faults, places};
     FakeBundles bundles;
@@ -58,6 +60,7 @@ struct FakePlatform {
                        .processes = processes,
                        .sessionEvents = sessionEvents,
                        .places = places,
+                       .streams = streams,
                        .trash = trash,
                        .userNotifications = userNotifications,
                        .volumes = volumes};

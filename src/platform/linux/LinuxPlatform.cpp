@@ -3,6 +3,7 @@
 #include "platform/linux/LinuxApplications.h"
 #include "platform/linux/LinuxBundles.h"
 #include "platform/linux/LinuxConnections.h"
+#include "platform/linux/LinuxFileCalls.h"
 #include "platform/linux/LinuxFileEvents.h"
 #include "platform/linux/LinuxFiles.h"
 #include "platform/linux/LinuxMachine.h"
@@ -13,6 +14,7 @@
 #include "platform/linux/LinuxTrash.h"
 #include "platform/linux/LinuxUserNotifications.h"
 #include "platform/linux/LinuxVolumes.h"
+#include "platform/posix/PosixFileStreams.h"
 #include "platform/posix/StandardStreams.h"
 #include "platform/posix/SystemClock.h"
 
@@ -31,6 +33,8 @@ struct LinuxPlatform::Services {
     StandardStreams console;
     LinuxMachine machine;
     LinuxFiles files;
+    LinuxFileCalls fileCalls;
+    PosixFileStreams streams{fileCalls};
     LinuxStandardPlaces places;
     LinuxTrash trash{files, places};
     LinuxBundles bundles;
@@ -55,6 +59,7 @@ struct LinuxPlatform::Services {
                       .processes = processes,
                       .sessionEvents = sessionEvents,
                       .places = places,
+                      .streams = streams,
                       .trash = trash,
                       .userNotifications = userNotifications,
                       .volumes = volumes};
