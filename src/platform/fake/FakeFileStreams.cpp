@@ -16,7 +16,7 @@ class FakeFileStreams::Stream final : public FileStream {
 
     Result<size_t> readAt(std::uint64_t position, std::span<char> buffer) override {
         if (streams_.isDue(StreamFault::failedRead, path_)) return posixError(EIO, path_.str());
-        const auto count = streams_.files_.readPiece(path_, position, buffer);
+        auto count = streams_.files_.readPiece(path_, position, buffer);
         if (!count) return count;
         const bool altered = *count > 0 && streams_.isDue(StreamFault::alteredRead, path_);
         if (altered) ++buffer[0];

@@ -21,8 +21,8 @@ std::optional<Path> executableOfProcess(int processID);
 // The first word of the process's command line, by which it was started; empty when it is gone.
 std::optional<std::string> firstArgumentOfProcess(int processID);
 
-// The home folder that the process was started with (HOME), `otherwise` when it was given none; empty
-// when the process is gone or still being loaded.
+// The home folder that the process was started with (HOME), `otherwise` when it was given none;
+// empty when the process is gone or still being loaded.
 std::optional<Path> homeOfProcess(int processID, const Path& otherwise);
 
 // When the process was started, in clock ticks since the machine was: with the process id it names
