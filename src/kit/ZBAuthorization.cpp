@@ -1,11 +1,10 @@
 #include "kit/ZBAuthorization.h"
 
-#include "foundation/MessageText.h"
+#include "kit/ConsoleReport.h"
 #include "kit/ZBLocalPaths.h"
 #include "kit/ZBLog.h"
 #include "kit/ZBTaskEx.h"
 #include "platform/Clock.h"
-#include "platform/Console.h"
 #include "platform/Files.h"
 #include "platform/Platform.h"
 #include "platform/Privileges.h"
@@ -29,17 +28,12 @@ bool isRoot() {
     return current().places.userID() == 0;
 }
 
-template <class... Arguments>
-void report(MessageText<Arguments...> text, const Arguments&... arguments) {
-    current().console.report(text.format(arguments...));
-}
-
 // Whether a tool may be given the path: it names the same thing from every folder, can be taken for
 // no option, and names an entry.
 bool isPlain(const Path& path) {
     const std::string name = path.lastPathComponent();
     if (path.isAbsolute() && name != "." && name != "..") return true;
-    report("Unable to use path %@ with administrator rights.", path);
+    reportToConsole("Unable to use path %@ with administrator rights.", path);
     return false;
 }
 
@@ -60,8 +54,8 @@ std::vector<Path> entriesOf(const Path& folder) {
 // Whether both ends of a move or copy can be handed to a tool.
 bool canTransfer(const char* operation, const std::optional<Path>& path,
                  const std::optional<Path>& toPath) {
-    if (!path) report("Error in %s: old path is null", operation);
-    if (path && !toPath) report("Error in %s: new path is null", operation);
+    if (!path) reportToConsole("Error in %s: old path is null", operation);
+    if (path && !toPath) reportToConsole("Error in %s: new path is null", operation);
     return path && toPath && isPlain(*path) && isPlain(*toPath);
 }
 
@@ -107,7 +101,7 @@ bool ZBAuthorization::authStart() {
     const std::lock_guard lock(asking_);
     if (isAuthorized()) return true;
     if (!hasGUI_) {
-        report("Unable to authorize");
+        reportToConsole("Unable to authorize");
         return false;
     }
     std::shared_ptr<platform::Authorization> granted = current().privileges.authorize();
@@ -128,10 +122,10 @@ bool ZBAuthorization::authStartWithUser(const std::optional<std::string>& user,
         return true;
     }
     if (granted.error().is(platform::privilegesErrorDomain, platform::authorizationDenied)) {
-        report("Authorization failed. Invalid username or password");
+        reportToConsole("Authorization failed. Invalid username or password");
         ZBLog::appendLog("Authorization failed. Invalid username or password");
     } else {
-        report("Unable to create authRef - error %d", granted.error().code);
+        reportToConsole("Unable to create authRef - error %d", granted.error().code);
     }
     return false;
 }
@@ -146,7 +140,7 @@ std::int32_t ZBAuthorization::authExecTask(const Path& path,
                                            const std::vector<std::string>& parameters,
                                            Async async) {
     if (!current().files.exists(path)) {
-        report("Unable to execute task: path %@ doesn't exist", path);
+        reportToConsole("Unable to execute task: path %@ doesn't exist", path);
         return toolMissing;
     }
     if (isRoot()) {
@@ -174,7 +168,7 @@ bool ZBAuthorization::runTool(const char* tool, const std::vector<std::string>& 
 
 bool ZBAuthorization::authRemoveFile(const Path& path) {
     if (ZBLocalPaths::leadsToSystemDirectory(path)) {
-        report("Unable to delete path %@ because it is a system directory.", path);
+        reportToConsole("Unable to delete path %@ because it is a system directory.", path);
         return false;
     }
     return isPlain(path) && authExecTask(Path("/bin/rm"), {"-Rdf", path.str()}) == 0;
@@ -208,7 +202,7 @@ std::optional<Path> ZBAuthorization::trashTarget(const Path& path) {
 
 bool ZBAuthorization::authTrashFile(const Path& path, DeleteOnRootAccount deleteOnRootAccount) {
     if (ZBLocalPaths::leadsToSystemDirectory(path)) {
-        report("Unable to trash path %@ because it is a system directory.", path);
+        reportToConsole("Unable to trash path %@ because it is a system directory.", path);
         return false;
     }
     if (!isPlain(path)) return false;
@@ -223,7 +217,7 @@ bool ZBAuthorization::authTrashFile(const Path& path, DeleteOnRootAccount delete
 bool ZBAuthorization::authTrashFolderContents(const Path& path,
                                               DeleteOnRootAccount deleteOnRootAccount) {
     if (ZBLocalPaths::leadsToSystemDirectory(path)) {
-        report("Unable to trash folder contents of path %@ because it is a system directory.",
+        reportToConsole("Unable to trash folder contents of path %@ because it is a system directory.",
                path);
         return false;
     }
@@ -240,7 +234,7 @@ bool ZBAuthorization::authTrashFolderContents(const Path& path,
 
 bool ZBAuthorization::authMoveFolderContents(const Path& path, const Path& toPath) {
     if (ZBLocalPaths::leadsToSystemDirectory(path)) {
-        report("Unable to move contents of path %@ because it is a system directory.", path);
+        reportToConsole("Unable to move contents of path %@ because it is a system directory.", path);
         return false;
     }
     bool all = isPlain(path) && isPlain(toPath);
@@ -255,7 +249,7 @@ bool ZBAuthorization::authMoveFile(const std::optional<Path>& path,
                                    const std::optional<Path>& toPath) {
     if (!canTransfer("authMoveFile", path, toPath)) return false;
     if (ZBLocalPaths::leadsToSystemDirectory(*path)) {
-        report("Unable to move path %@ because it is a system directory.", *path);
+        reportToConsole("Unable to move path %@ because it is a system directory.", *path);
         return false;
     }
     return isTaken(*path) && runTool("/bin/mv", {"-f", path->str(), toPath->str()});

@@ -4,6 +4,7 @@
 #include "foundation/Path.h"
 #include "foundation/Value.h"
 #include "kit/FileCopy.h"
+#include "platform/Archives.h"
 
 #include <chrono>
 #include <optional>
@@ -14,6 +15,7 @@
 namespace larkspan {
 
 enum class ShouldAuth { no, yes };
+using platform::IncludeParent;
 
 // Operations on files that log what goes wrong. No state; any thread.
 class ZBFileManager {
@@ -76,6 +78,15 @@ class ZBFileManager {
     // The checksum text of what a digest of that kind has taken in.
     static std::string md5HashWithContext(const Digest& context);
     static std::string sha1HashWithContext(const Digest& context);
+
+    // ---- archives ----
+
+    // Packs a file or folder into a zip archive; an archive that is there goes to the Trash first.
+    [[nodiscard]] static bool compressFile(const Path& file, const Path& toDestinationFile,
+                                           IncludeParent includeParent = IncludeParent::yes);
+    // Unpacks an archive into a folder; what is there goes to the Trash first. An archive that
+    // holds what could do harm, or is torn, leaves nothing there.
+    [[nodiscard]] static bool decompressFile(const Path& file, const Path& toDestinationFolder);
 
     // ---- folders and names ----
 

@@ -3,6 +3,7 @@
 namespace larkspan::platform {
 
 class Applications;
+class Archives;
 class Bundles;
 class Clock;
 class Connections;
@@ -24,6 +25,7 @@ class Volumes;
 // only: whoever builds a Platform owns the services and keeps them alive longer than it.
 struct Platform {
     Applications& applications;
+    Archives& archives;
     Bundles& bundles;
     Clock& clock;
     Connections& connections;

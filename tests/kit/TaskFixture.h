@@ -66,6 +66,7 @@ class TaskFixture : public ::testing::Test {
     platform::LinuxFiles files;
     Processes processes;
     platform::Platform platform{.applications = fake.applications,
+                                .archives = fake.archives,
                                 .bundles = fake.bundles,
                                 .clock = clock,
                                 .connections = fake.connections,

@@ -2,6 +2,7 @@
 
 #include "platform/Platform.h"
 #include "platform/fake/FakeApplications.h"
+#include "platform/fake/FakeArchives.h"
 #include "platform/fake/FakeBundles.h"
 #include "platform/fake/FakeClock.h"
 #include "platform/fake/FakeConnections.h"
@@ -32,6 +33,7 @@ struct FakePlatform {
     FakeFiles files{clock};
     FaultyFiles faults{files};
     FakeFileStreams streams{files};
+    FakeArchives archives{faults};
     FakeStandardPlaces places;
     FakeTrash trash{faults, places};
     FakeBundles bundles;
@@ -48,6 +50,7 @@ struct FakePlatform {
 
   private:
     Platform platform_{.applications = applications,
+                       .archives = archives,
                        .bundles = bundles,
                        .clock = clock,
                        .connections = connections,

@@ -17,6 +17,7 @@
 #include "platform/posix/PosixFileStreams.h"
 #include "platform/posix/StandardStreams.h"
 #include "platform/posix/SystemClock.h"
+#include "platform/posix/ZipArchives.h"
 
 namespace larkspan::platform {
 
@@ -35,6 +36,7 @@ struct LinuxPlatform::Services {
     LinuxFiles files;
     LinuxFileCalls fileCalls;
     PosixFileStreams streams{fileCalls};
+    ZipArchives archives{fileCalls};
     LinuxStandardPlaces places;
     LinuxTrash trash{files, places};
     LinuxBundles bundles;
@@ -47,6 +49,7 @@ struct LinuxPlatform::Services {
     LinuxConnections connections{mainThread};
     LinuxFileEvents fileEvents{mainThread, fileEventsOptions()};
     Platform platform{.applications = applications,
+                      .archives = archives,
                       .bundles = bundles,
                       .clock = clock,
                       .connections = connections,
