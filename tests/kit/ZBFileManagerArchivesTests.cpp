@@ -60,10 +60,10 @@ TEST_F(ArchivingTest, FailuresAreLoggedAndLoseNothing) {
     ASSERT_TRUE(ZBFileManager::compressFile(film, archive));
     const std::string whole = read(archive);
     writeFile(out / "old", "old folder");
-    fake.faults.refuseOnce(FileOperation::moveItem, ENOSPC);
+    fake.faults.refuseCall(FileOperation::moveItem, 1, ENOSPC);
     EXPECT_FALSE(ZBFileManager::decompressFile(archive, out));
     EXPECT_EQ(read(out / "old"), "old folder");
-    fake.faults.refuseOnce(FileOperation::moveItem, ENOSPC);
+    fake.faults.refuseCall(FileOperation::moveItem, 1, ENOSPC);
     EXPECT_FALSE(ZBFileManager::compressFile(film, archive));
     EXPECT_EQ(read(archive), whole);
 }
