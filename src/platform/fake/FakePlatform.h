@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Platform.h"
+#include "platform/fake/FakeAppleEvents.h"
 #include "platform/fake/FakeApplications.h"
 #include "platform/fake/FakeBundles.h"
 #include "platform/fake/FakeClock.h"
@@ -38,6 +39,7 @@ struct FakePlatform {
     FakePrivileges privileges;
     FakeProcesses processes;
     FakeApplications applications;
+    FakeAppleEvents appleEvents;
     FakeVolumes volumes;
     FakeSessionEvents sessionEvents;
     FakeUserNotifications userNotifications;
@@ -47,7 +49,8 @@ struct FakePlatform {
     Platform& platform() { return platform_; }
 
   private:
-    Platform platform_{.applications = applications,
+    Platform platform_{.appleEvents = appleEvents,
+                       .applications = applications,
                        .bundles = bundles,
                        .clock = clock,
                        .connections = connections,
