@@ -183,6 +183,23 @@ std::string sanitizedUtf8(std::string_view text) {
     return out;
 }
 
+std::u16string utf16CodeUnits(std::string_view text) {
+    std::u16string units;
+    units.reserve(text.size());
+    while (!text.empty()) {
+        const Decoded next = decodeFirst(text);
+        const char32_t point = next.codePoint == strayByte ? U'\uFFFD' : next.codePoint;
+        if (point < 0x10000) {
+            units.push_back(static_cast<char16_t>(point));
+        } else {
+            units.push_back(static_cast<char16_t>(0xD800 + ((point - 0x10000) >> 10)));
+            units.push_back(static_cast<char16_t>(0xDC00 + ((point - 0x10000) & 0x3FF)));
+        }
+        text.remove_prefix(next.length);
+    }
+    return units;
+}
+
 bool matchesWildcard(std::string_view text, std::string_view pattern) {
     size_t t = 0;
     size_t p = 0;

@@ -41,6 +41,9 @@ bool isValidUtf8(std::string_view text);
 // The text with every byte that is not UTF-8 replaced by U+FFFD, for readers that insist.
 std::string sanitizedUtf8(std::string_view text);
 
+// The UTF-16 code units of the text; a byte that is not UTF-8 becomes U+FFFD.
+std::u16string utf16CodeUnits(std::string_view text);
+
 // Whether the whole of `text` matches `pattern`: `*` any run of characters, `?` exactly one.
 bool matchesWildcard(std::string_view text, std::string_view pattern);
 

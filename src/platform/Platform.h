@@ -2,6 +2,7 @@
 
 namespace larkspan::platform {
 
+class AppleEvents;
 class Applications;
 class Archives;
 class Bundles;
@@ -24,6 +25,7 @@ class Volumes;
 // Everything that an operating system gives, one small interface per service. Holds references
 // only: whoever builds a Platform owns the services and keeps them alive longer than it.
 struct Platform {
+    AppleEvents& appleEvents;
     Applications& applications;
     Archives& archives;
     Bundles& bundles;

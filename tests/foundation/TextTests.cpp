@@ -80,6 +80,8 @@ TEST(Text, TellsUtf8) {
     }
     EXPECT_TRUE(isValidUtf8("aä€🎬"));
     EXPECT_EQ(characterCount("aä€🎬"), 4U);
+    EXPECT_EQ(utf16CodeUnits("a\xC3\xA9\xEF\xBF\xBF\xF0\x9F\x8E\xAC\xFF"),
+              u"a\u00E9\uFFFF\U0001F3AC\uFFFD");
     EXPECT_EQ(sanitizedUtf8("a\xFF"
                             "ä"),
               "a\uFFFDä");

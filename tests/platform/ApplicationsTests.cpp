@@ -44,7 +44,8 @@ struct LinuxScene {
     FakeBundles bundles;
     FakeStandardPlaces places{folder.path()};
     LinuxProcesses processes;
-    LinuxApplications applications{mainThread, bundles, places, {{"sleeper", "com.example.Table"}}};
+    LinuxApplications applications{
+        mainThread, bundles, places, processes, {{"sleeper", "com.example.Table"}}};
     std::vector<std::shared_ptr<Process>> started;
 
     LinuxScene() = default;
@@ -173,6 +174,14 @@ TYPED_TEST(ApplicationsContract, InstalledBundlesAreFoundByIdentifier) {
     EXPECT_FALSE(this->scene.applications.bundlePathForIdentifier(""));
 }
 
+TYPED_TEST(ApplicationsContract, FilesAreOpenedByInstalledApplicationsOnly) {
+    auto& applications = this->scene.applications;
+    EXPECT_FALSE(applications.openFile(Path("/Work/Cut.fcp"), editorID));
+    EXPECT_FALSE(applications.openFile(Path("/Work/Cut.fcp"), ""));
+    (void)this->scene.start(editorID);
+    EXPECT_FALSE(applications.openFile(Path("/Work/Cut.fcp"), otherID));
+}
+
 class LinuxApplicationsTests : public ApplicationsContract<LinuxScene> {};
 
 // A record whose number names another process by now, told by the time of its start or by its
@@ -229,6 +238,25 @@ TEST_F(LinuxApplicationsTests, BundlesOneFolderDownAreFoundAndTheOnesAroundThePr
     (void)scene.install("com.corvane.Larkspan");
     EXPECT_EQ(scene.applications.bundlePathForIdentifier("com.corvane.Larkspan"),
               scene.bundles.around.front().path);
+}
+
+TEST_F(LinuxApplicationsTests, AnApplicationIsStartedWithTheFileThatItIsToOpen) {
+    const Path bundle = scene.places.home / "Applications/Notes.app";
+    fs::create_directories((bundle / "Contents/MacOS").str());
+    std::ofstream((bundle / "Contents/Info.plist").str())
+        << "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>com.example.Notes"
+           "</string><key>CFBundleExecutable</key><string>note</string></dict></plist>";
+    EXPECT_FALSE(scene.applications.openFile(Path("/Work/a file"), "com.example.Notes"));
+    const Path program = bundle / "Contents/MacOS/note";
+    const Path note = scene.folder.path() / "note";
+    std::ofstream(program.str()) << "#!/bin/sh\nprintf %s \"$1\" >'" << note << ".new'\n"
+                                 << "mv '" << note << ".new' '" << note << "'\n";
+    fs::permissions(program.str(), fs::perms::owner_all);
+    EXPECT_TRUE(scene.applications.openFile(Path("/Work/a file"), "com.example.Notes"));
+    ASSERT_TRUE(testing::pumpUntil(scene.mainThread, [&] { return fs::exists(note.str()); }));
+    std::string opened;
+    std::getline(std::ifstream(note.str()), opened);
+    EXPECT_EQ(opened, "/Work/a file");
 }
 
 TEST_F(LinuxApplicationsTests, ThoseInAnotherHomeAreNotOurs) {

@@ -32,6 +32,18 @@ std::optional<Path> FakeApplications::bundlePathForIdentifier(const std::string&
     });
 }
 
+bool FakeApplications::openFile(const Path& file, const std::string& bundleIdentifier) {
+    if (!bundlePathForIdentifier(bundleIdentifier)) return false;
+    openedFiles_.with([&](auto& files) { files.push_back(file); });
+    const FileOpener opener = openers_.with([&](const auto& openers) {
+        const auto found = openers.find(bundleIdentifier);
+        return found == openers.end() ? FileOpener() : found->second;
+    });
+    if (opener) opener(file);
+    if (runningApplications(bundleIdentifier).empty()) (void)start(bundleIdentifier);
+    return true;
+}
+
 std::unique_ptr<Applications::Observation> FakeApplications::observeTerminations(
     TerminationObserver observer) {
     lookForApplications();
@@ -68,6 +80,10 @@ void FakeApplications::end(const RunningApplication& application) {
 
 void FakeApplications::install(const std::string& bundleIdentifier, const Path& bundle) {
     installed_.with([&](auto& installed) { installed[bundleIdentifier] = bundle; });
+}
+
+void FakeApplications::setFileOpener(const std::string& bundleIdentifier, FileOpener opener) {
+    openers_.with([&](auto& openers) { openers[bundleIdentifier] = std::move(opener); });
 }
 
 bool FakeApplications::remove(const RunningApplication& application) {

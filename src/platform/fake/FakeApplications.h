@@ -19,6 +19,7 @@ class FakeApplications final : public Applications {
     int currentProcessID() const override { return ownProcessID; }
     bool forceTerminate(const RunningApplication& application) override;
     std::optional<Path> bundlePathForIdentifier(const std::string& bundleIdentifier) override;
+    bool openFile(const Path& file, const std::string& bundleIdentifier) override;
     std::unique_ptr<Observation> observeTerminations(TerminationObserver observer) override;
     void lookForApplications() override;
 
@@ -29,8 +30,13 @@ class FakeApplications final : public Applications {
     // It ends by itself. Observers are told of it when it was running at the last look.
     void end(const RunningApplication& application);
     void install(const std::string& bundleIdentifier, const Path& bundle);
+    // What an installed application does with the files that it is to open, on the caller's thread.
+    using FileOpener = std::function<void(const Path& file)>;
+    void setFileOpener(const std::string& bundleIdentifier, FileOpener opener);
     // From now on, forceTerminate() is refused.
     void protectFromTermination() { isProtected_ = true; }
+    // The files that installed applications were to open, in order.
+    std::vector<Path> openedFiles() const { return openedFiles_.copy(); }
     std::vector<RunningApplication> forceTerminated() const { return forced_.copy(); }
 
   private:
@@ -45,6 +51,8 @@ class FakeApplications final : public Applications {
     Guarded<std::vector<Entry>> running_;
     Guarded<std::vector<RunningApplication>> forced_;
     Guarded<std::map<std::string, Path>> installed_;
+    Guarded<std::map<std::string, FileOpener>> openers_;
+    Guarded<std::vector<Path>> openedFiles_;
     ObserverList<Observation, const RunningApplication&> observers_;
     int lastProcessID_ = ownProcessID;
     int started_ = 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Platform.h"
+#include "platform/fake/FakeAppleEvents.h"
 #include "platform/fake/FakeApplications.h"
 #include "platform/fake/FakeArchives.h"
 #include "platform/fake/FakeBundles.h"
@@ -40,6 +41,7 @@ struct FakePlatform {
     FakePrivileges privileges;
     FakeProcesses processes;
     FakeApplications applications;
+    FakeAppleEvents appleEvents;
     FakeVolumes volumes;
     FakeSessionEvents sessionEvents;
     FakeUserNotifications userNotifications;
@@ -49,7 +51,8 @@ struct FakePlatform {
     Platform& platform() { return platform_; }
 
   private:
-    Platform platform_{.applications = applications,
+    Platform platform_{.appleEvents = appleEvents,
+                       .applications = applications,
                        .archives = archives,
                        .bundles = bundles,
                        .clock = clock,

@@ -58,8 +58,13 @@ std::vector<Path> foldersIn(const Path& folder) {
 }  // namespace
 
 LinuxApplications::LinuxApplications(LinuxMainThread& mainThread, Bundles& bundles,
-                                     StandardPlaces& places, std::vector<WellKnownExecutable> table)
-    : mainThread_(mainThread), bundles_(bundles), places_(places), table_(std::move(table)) {}
+                                     StandardPlaces& places, Processes& processes,
+                                     std::vector<WellKnownExecutable> table)
+    : mainThread_(mainThread),
+      bundles_(bundles),
+      places_(places),
+      processes_(processes),
+      table_(std::move(table)) {}
 
 int LinuxApplications::currentProcessID() const {
     return ::getpid();
@@ -166,6 +171,15 @@ std::optional<Path> LinuxApplications::bundlePathForIdentifier(
         }
     }
     return std::nullopt;
+}
+
+// The application is started once more with the file: handing it to the instance that runs is
+// left to it, as with every program that a file browser starts.
+bool LinuxApplications::openFile(const Path& file, const std::string& bundleIdentifier) {
+    const auto path = bundlePathForIdentifier(bundleIdentifier);
+    if (!path) return false;
+    const Path executable = readBundle(*path).executable;
+    return bool(processes_.launch({.launchPath = executable, .arguments = {file.str()}}));
 }
 
 std::unique_ptr<Applications::Observation> LinuxApplications::observeTerminations(

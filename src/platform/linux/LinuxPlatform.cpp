@@ -1,5 +1,6 @@
 #include "platform/linux/LinuxPlatform.h"
 
+#include "platform/linux/LinuxAppleEvents.h"
 #include "platform/linux/LinuxApplications.h"
 #include "platform/linux/LinuxBundles.h"
 #include "platform/linux/LinuxConnections.h"
@@ -42,13 +43,15 @@ struct LinuxPlatform::Services {
     LinuxBundles bundles;
     LinuxProcesses processes;
     LinuxPrivileges privileges{processes, clock, places};
-    LinuxApplications applications{mainThread, bundles, places};
+    LinuxApplications applications{mainThread, bundles, places, processes};
+    LinuxAppleEvents appleEvents;
     LinuxVolumes volumes{mainThread, places};
     LinuxSessionEvents sessionEvents{mainThread};
     LinuxUserNotifications userNotifications;
     LinuxConnections connections{mainThread};
     LinuxFileEvents fileEvents{mainThread, fileEventsOptions()};
-    Platform platform{.applications = applications,
+    Platform platform{.appleEvents = appleEvents,
+                      .applications = applications,
                       .archives = archives,
                       .bundles = bundles,
                       .clock = clock,
