@@ -46,6 +46,10 @@ class Applications {
     // Path of an installed application's bundle; empty when none is known. Any thread.
     virtual std::optional<Path> bundlePathForIdentifier(const std::string& bundleIdentifier) = 0;
 
+    // Starts the application of a bundle with a file for it to open, and does not wait for it.
+    // False when it cannot be started. Any thread.
+    [[nodiscard]] virtual bool openFile(const Path& file, const Path& application) = 0;
+
     // Calls the observer on the main thread when an application ends that was running at the last
     // look. Looks are taken when observing starts and at every lookForApplications(); between
     // looks nothing polls. Main thread only.

@@ -44,7 +44,8 @@ struct LinuxScene {
     FakeBundles bundles;
     FakeStandardPlaces places{folder.path()};
     LinuxProcesses processes;
-    LinuxApplications applications{mainThread, bundles, places, {{"sleeper", "com.example.Table"}}};
+    LinuxApplications applications{
+        mainThread, bundles, places, processes, {{"sleeper", "com.example.Table"}}};
     std::vector<std::shared_ptr<Process>> started;
 
     LinuxScene() = default;
@@ -187,6 +188,21 @@ TEST_F(LinuxApplicationsTests, AProcessThatGotTheNumberOfAnotherIsNotKilled) {
     EXPECT_FALSE(scene.applications.forceTerminate(different));
     EXPECT_FALSE(scene.applications.forceTerminate({}));
     EXPECT_TRUE(scene.started.front()->isRunning());
+}
+
+TEST_F(LinuxApplicationsTests, AFileIsOpenedByTheBundlesExecutable) {
+    const Path bundle = scene.folder.path() / "Touch.app";
+    const Path file = scene.folder.path() / "a file; with $signs";
+    EXPECT_FALSE(scene.applications.openFile(file, bundle));
+    LinuxScene::writeInfo(bundle, editorID);
+    EXPECT_FALSE(scene.applications.openFile(file, bundle)) << "names no executable";
+    std::ofstream((bundle / "Contents/Info.plist").str())
+        << "<plist version=\"1.0\"><dict><key>CFBundleExecutable</key><string>tool</string>"
+           "</dict></plist>";
+    EXPECT_FALSE(scene.applications.openFile(file, bundle)) << "has no executable";
+    fs::create_symlink("/usr/bin/touch", (bundle / "Contents/MacOS/tool").str());
+    EXPECT_TRUE(scene.applications.openFile(file, bundle));
+    EXPECT_TRUE(testing::pumpUntil(scene.mainThread, [&] { return fs::exists(file.str()); }));
 }
 
 TEST_F(LinuxApplicationsTests, AnApplicationReplacedByAnUpdateIsStillKnown) {

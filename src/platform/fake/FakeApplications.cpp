@@ -32,6 +32,11 @@ std::optional<Path> FakeApplications::bundlePathForIdentifier(const std::string&
     });
 }
 
+bool FakeApplications::openFile(const Path& file, const Path& application) {
+    opened_.with([&](auto& opened) { opened.emplace_back(file, application); });
+    return true;
+}
+
 std::unique_ptr<Applications::Observation> FakeApplications::observeTerminations(
     TerminationObserver observer) {
     lookForApplications();

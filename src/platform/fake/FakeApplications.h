@@ -5,6 +5,7 @@
 #include "platform/ObserverList.h"
 
 #include <map>
+#include <utility>
 
 namespace larkspan::platform {
 
@@ -19,6 +20,7 @@ class FakeApplications final : public Applications {
     int currentProcessID() const override { return ownProcessID; }
     bool forceTerminate(const RunningApplication& application) override;
     std::optional<Path> bundlePathForIdentifier(const std::string& bundleIdentifier) override;
+    bool openFile(const Path& file, const Path& application) override;
     std::unique_ptr<Observation> observeTerminations(TerminationObserver observer) override;
     void lookForApplications() override;
 
@@ -29,6 +31,8 @@ class FakeApplications final : public Applications {
     // It ends by itself. Observers are told of it when it was running at the last look.
     void end(const RunningApplication& application);
     void install(const std::string& bundleIdentifier, const Path& bundle);
+    // What was opened, as file and application, in order.
+    std::vector<std::pair<Path, Path>> opened() const { return opened_.copy(); }
     // From now on, forceTerminate() is refused.
     void protectFromTermination() { isProtected_ = true; }
     std::vector<RunningApplication> forceTerminated() const { return forced_.copy(); }
@@ -45,6 +49,7 @@ class FakeApplications final : public Applications {
     Guarded<std::vector<Entry>> running_;
     Guarded<std::vector<RunningApplication>> forced_;
     Guarded<std::map<std::string, Path>> installed_;
+    Guarded<std::vector<std::pair<Path, Path>>> opened_;
     ObserverList<Observation, const RunningApplication&> observers_;
     int lastProcessID_ = ownProcessID;
     int started_ = 0;

@@ -58,8 +58,13 @@ std::vector<Path> foldersIn(const Path& folder) {
 }  // namespace
 
 LinuxApplications::LinuxApplications(LinuxMainThread& mainThread, Bundles& bundles,
-                                     StandardPlaces& places, std::vector<WellKnownExecutable> table)
-    : mainThread_(mainThread), bundles_(bundles), places_(places), table_(std::move(table)) {}
+                                     StandardPlaces& places, Processes& processes,
+                                     std::vector<WellKnownExecutable> table)
+    : mainThread_(mainThread),
+      bundles_(bundles),
+      places_(places),
+      processes_(processes),
+      table_(std::move(table)) {}
 
 int LinuxApplications::currentProcessID() const {
     return ::getpid();
@@ -166,6 +171,13 @@ std::optional<Path> LinuxApplications::bundlePathForIdentifier(
         }
     }
     return std::nullopt;
+}
+
+bool LinuxApplications::openFile(const Path& file, const Path& application) {
+    const Path executable = readBundle(application).executable;
+    if (executable.empty()) return false;
+    const auto started = processes_.launch({.launchPath = executable, .arguments = {file.str()}});
+    return static_cast<bool>(started);
 }
 
 std::unique_ptr<Applications::Observation> LinuxApplications::observeTerminations(

@@ -4,6 +4,7 @@
 #include "platform/Applications.h"
 #include "platform/Bundles.h"
 #include "platform/ObserverList.h"
+#include "platform/Processes.h"
 #include "platform/StandardPlaces.h"
 #include "platform/linux/LinuxMainThread.h"
 #include "platform/posix/FileDescriptor.h"
@@ -26,13 +27,14 @@ class LinuxApplications final : public Applications {
   public:
     // The services must outlive this.
     LinuxApplications(LinuxMainThread& mainThread, Bundles& bundles, StandardPlaces& places,
-                      std::vector<WellKnownExecutable> table = {});
+                      Processes& processes, std::vector<WellKnownExecutable> table = {});
 
     std::vector<RunningApplication> runningApplications(
         const std::string& bundleIdentifier) override;
     int currentProcessID() const override;
     bool forceTerminate(const RunningApplication& application) override;
     std::optional<Path> bundlePathForIdentifier(const std::string& bundleIdentifier) override;
+    bool openFile(const Path& file, const Path& application) override;
     std::unique_ptr<Observation> observeTerminations(TerminationObserver observer) override;
     void lookForApplications() override;
 
@@ -62,6 +64,7 @@ class LinuxApplications final : public Applications {
     LinuxMainThread& mainThread_;
     Bundles& bundles_;
     StandardPlaces& places_;
+    Processes& processes_;
     const std::vector<WellKnownExecutable> table_;
     Guarded<std::map<Path, Identified>> identifiers_;  // by Info.plist
     std::map<Key, Watched> watched_;                   // main thread only

@@ -3,6 +3,7 @@
 #include "platform/linux/LinuxApplications.h"
 #include "platform/linux/LinuxBundles.h"
 #include "platform/linux/LinuxConnections.h"
+#include "platform/linux/LinuxCrashReports.h"
 #include "platform/linux/LinuxFileCalls.h"
 #include "platform/linux/LinuxFileEvents.h"
 #include "platform/linux/LinuxFiles.h"
@@ -31,6 +32,7 @@ struct LinuxPlatform::Services {
     LinuxMainThread mainThread;
     SystemClock clock;
     StandardStreams console;
+    LinuxCrashReports crashReports;
     LinuxMachine machine;
     LinuxFiles files;
     LinuxFileCalls fileCalls;
@@ -40,7 +42,7 @@ struct LinuxPlatform::Services {
     LinuxBundles bundles;
     LinuxProcesses processes;
     LinuxPrivileges privileges{processes, clock, places};
-    LinuxApplications applications{mainThread, bundles, places};
+    LinuxApplications applications{mainThread, bundles, places, processes};
     LinuxVolumes volumes{mainThread, places};
     LinuxSessionEvents sessionEvents{mainThread};
     LinuxUserNotifications userNotifications;
@@ -51,6 +53,7 @@ struct LinuxPlatform::Services {
                       .clock = clock,
                       .connections = connections,
                       .console = console,
+                      .crashReports = crashReports,
                       .fileEvents = fileEvents,
                       .files = files,
                       .machine = machine,
