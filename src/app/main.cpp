@@ -1,6 +1,7 @@
 #include "app/LarkspanHelperAppDelegate.h"
 #include "kit/Problems.h"
 #include "kit/ZBAuthorization.h"
+#include "kit/ZBBugReporter.h"
 #include "kit/ZBLocalPaths.h"
 #include "kit/ZBLog.h"
 #include "platform/Files.h"
@@ -93,6 +94,7 @@ int run(int argc, char** argv) {
     allowManyOpenFolders();
     platform::LinuxPlatform system([](const std::string& problem) { logProblem("%@", problem); });
     const platform::ScopedPlatform installed(system.platform());
+    ZBBugReporter::leaveReports();
     const int status = runHelper(system, mode);
     ZBAuthorization::discardSharedController();
     ZBLog::discardSharedController();

@@ -1,4 +1,5 @@
 #include "foundation/Result.h"
+#include "foundation/XMLCheck.h"
 #include "host/FCPVersion.h"
 #include "host/ZBAppleEvents.h"
 #include "kit/ConsoleReport.h"
@@ -10,25 +11,13 @@
 namespace larkspan {
 namespace {
 
-constexpr const char* xmlErrorDomain = "XMLErrorDomain";
 constexpr const char* namedSequences = ".//sequence/name[1]/..";
 
-// The parser lets a second root element pass.
-bool hasOneRoot(const pugi::xml_document& document) {
-    int roots = 0;
-    for (const pugi::xml_node& child : document.children()) {
-        if (child.type() == pugi::node_element) ++roots;
-    }
-    return roots == 1;
-}
-
 Result<FCPSequences> sequencesIn(const Data& xml) {
+    if (auto error = checkXML(xml.bytes)) return std::move(*error);
     const auto document = std::make_shared<pugi::xml_document>();
     const auto parsed = document->load_buffer(xml.bytes.data(), xml.bytes.size());
     if (!parsed) return Error{xmlErrorDomain, parsed.status, parsed.description()};
-    if (!hasOneRoot(*document)) {
-        return Error{xmlErrorDomain, 0, "There is more than one element at the top"};
-    }
     pugi::xpath_node_set found = document->select_nodes(namedSequences);
     found.sort();
     FCPSequences sequences{.document = document, .nodes = {}};

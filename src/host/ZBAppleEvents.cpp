@@ -79,7 +79,9 @@ bool isOpen(const Path& project) {
 // not open and may not be.
 std::optional<bool> makeReady(const Path& project, LaunchFCP launch) {
     const auto open = [&] {
-        (void)current().applications.openFile(project, finalCutBundleIdentifier);
+        auto& applications = current().applications;
+        const auto path = applications.bundlePathForIdentifier(finalCutBundleIdentifier);
+        if (path) (void)applications.openFile(project, *path);
     };
     if (!ZBAppleEvents::isFCPRunning()) {
         if (launch == LaunchFCP::no) return std::nullopt;

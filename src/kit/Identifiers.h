@@ -4,6 +4,7 @@ namespace larkspan {
 
 inline constexpr const char* frontEndBundleIdentifier = "com.corvane.Larkspan";
 inline constexpr const char* helperBundleIdentifier = "com.corvane.LarkspanHelper";
+inline constexpr const char* bugReporterBundleIdentifier = "com.corvane.BugReporter";
 inline constexpr const char* organisationPreferencesFile = "com.corvane.global.plist";
 
 // Name under which the helper serves its connection.

@@ -46,10 +46,9 @@ class Applications {
     // Path of an installed application's bundle; empty when none is known. Any thread.
     virtual std::optional<Path> bundlePathForIdentifier(const std::string& bundleIdentifier) = 0;
 
-    // Has an installed application open a file, starting it where it is not running. False when
-    // none with that identifier is known or it cannot be started; what the application makes of the
-    // file is not waited for. Any thread.
-    virtual bool openFile(const Path& file, const std::string& bundleIdentifier) = 0;
+    // Starts the application of a bundle with a file for it to open, and does not wait for it.
+    // False when it cannot be started. Any thread.
+    [[nodiscard]] virtual bool openFile(const Path& file, const Path& application) = 0;
 
     // Calls the observer on the main thread when an application ends that was running at the last
     // look. Looks are taken when observing starts and at every lookForApplications(); between

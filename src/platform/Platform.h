@@ -9,6 +9,7 @@ class Bundles;
 class Clock;
 class Connections;
 class Console;
+class CrashReports;
 class FileEvents;
 class Files;
 class FileStreams;
@@ -32,6 +33,7 @@ struct Platform {
     Clock& clock;
     Connections& connections;
     Console& console;
+    CrashReports& crashReports;
     FileEvents& fileEvents;
     Files& files;
     Machine& machine;

@@ -36,6 +36,11 @@ class ZBAppleEventsTest : public testing::FakePlatformTest {
         return identifiers;
     }
     std::vector<std::string> reported() const { return fake.console.reported(); }
+    std::vector<Path> openedFiles() const {
+        std::vector<Path> files;
+        for (const auto& [file, application] : fake.applications.opened()) files.push_back(file);
+        return files;
+    }
 
     FakeFinalCut finalCut{fake.applications, fake.appleEvents};
 };
@@ -64,7 +69,7 @@ TEST_F(ZBAppleEventsTest, NothingIsSentToAnApplicationThatDoesNotRun) {
     EXPECT_EQ(ZBAppleEvents::listOfOpenFCPProjects(), std::nullopt);
     EXPECT_THAT(reported(), ElementsAre(notRunning));
     EXPECT_THAT(events(), IsEmpty());
-    EXPECT_THAT(fake.applications.openedFiles(), IsEmpty());
+    EXPECT_THAT(openedFiles(), IsEmpty());
 }
 
 TEST_F(ZBAppleEventsTest, AProjectThatIsNotOpenIsNotAskedAbout) {
@@ -73,7 +78,7 @@ TEST_F(ZBAppleEventsTest, AProjectThatIsNotOpenIsNotAskedAbout) {
     for (const auto& operation : operations()) EXPECT_FALSE(operation());
     EXPECT_EQ(reported(), std::vector<std::string>(operations().size(), notOpen));
     EXPECT_EQ(events(), std::vector<std::string>(operations().size(), "fcLP"));
-    EXPECT_THAT(fake.applications.openedFiles(), IsEmpty());
+    EXPECT_THAT(openedFiles(), IsEmpty());
 }
 
 TEST_F(ZBAppleEventsTest, ListsTheOpenProjectsInTheirOrder) {
@@ -160,11 +165,11 @@ TEST_F(ZBAppleEventsTest, ChangesOpenProjects) {
 TEST_F(ZBAppleEventsTest, LaunchesAndClosesWhatItOpened) {
     EXPECT_EQ(ZBAppleEvents::getProjectXML(cut, LaunchFCP::yes, CloseProject::yes), "<xmeml/>");
     // The application was not running: starting it opened the project already.
-    EXPECT_THAT(fake.applications.openedFiles(), ElementsAre(cut));
+    EXPECT_THAT(openedFiles(), ElementsAre(cut));
     EXPECT_TRUE(finalCut.isOpen(cut));
 
     EXPECT_EQ(ZBAppleEvents::getProjectXML(other, LaunchFCP::yes, CloseProject::yes), "<xmeml/>");
-    EXPECT_THAT(fake.applications.openedFiles(), ElementsAre(cut, other));
+    EXPECT_THAT(openedFiles(), ElementsAre(cut, other));
     EXPECT_FALSE(finalCut.isOpen(other));
     EXPECT_EQ(finalCut.project(other).closedWithSaving, true);
 

@@ -1,6 +1,5 @@
 #include "kit/Identifiers.h"
 #include "kit/Preferences.h"
-#include "kit/ZBBugReporter.h"
 #include "kit/ZBGrowl.h"
 #include "kit/ZBLocalPaths.h"
 #include "support/FakePlatformTest.h"
@@ -55,17 +54,6 @@ TEST_F(PreferencesTest, SetAndRemoveOneKey) {
     EXPECT_FALSE(Preferences::removeObject(file, "a"));
     EXPECT_FALSE(Preferences::removeObject(file, "a"));
     EXPECT_EQ(Preferences::frontEnd().values(), Value(Value::Dictionary{{"b", "text"}}));
-}
-
-TEST_F(PreferencesTest, StampsTheStartAndTheEnd) {
-    const Date start = fake.clock.now();
-    ZBBugReporter::startBugReporter();
-    EXPECT_EQ(*Preferences::ownDefaults().object("launch"), Value(start));
-    EXPECT_EQ(Preferences::ownDefaults().object("exit"), nullptr);
-    fake.clock.advance(Seconds(60));
-    ZBBugReporter::stopBugReporter();
-    EXPECT_EQ(*Preferences::ownDefaults().object("exit"), Value(start + std::chrono::seconds(60)));
-    EXPECT_EQ(*Preferences::ownDefaults().object("launch"), Value(start));
 }
 
 TEST_F(PreferencesTest, SwitchUserNotificationsOff) {

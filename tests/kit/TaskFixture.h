@@ -72,6 +72,7 @@ class TaskFixture : public ::testing::Test {
                                 .clock = clock,
                                 .connections = fake.connections,
                                 .console = console,
+                                .crashReports = fake.crashReports,
                                 .fileEvents = fake.fileEvents,
                                 .files = files,
                                 .machine = fake.machine,

@@ -1,3 +1,4 @@
+#include "platform/linux/LinuxCrashReports.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "support/Programs.h"
 
@@ -11,8 +12,11 @@ namespace larkspan {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::AllOf;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using testing::readWhole;
+using ::testing::StartsWith;
 using testing::waitFor;
 using testing::writeWhole;
 
@@ -191,6 +195,40 @@ TEST_F(HelperTest, AWatchFolderMayGoAndComeBack) {
     writeWhole(project, "back again");
     ASSERT_TRUE(programs.waitForVersions("Cut", 1)) << programs.log();
     expectNewestEquals("Cut", project);
+}
+
+TEST_F(HelperTest, ACrashLeavesAReportThatTheNextStartLogsAndHandsOn) {
+    if (platform::checkersReportCrashes) GTEST_SKIP() << "the checkers report crashes";
+    // A bug reporter that notes what it is given.
+    const Path bugReporter = programs.home() / "Applications/Bug Reporter.app/Contents";
+    const Path noted = programs.home() / "handed on";
+    writeWhole(bugReporter / "Info.plist",
+               "<plist version=\"1.0\"><dict>"
+               "<key>CFBundleIdentifier</key><string>com.corvane.BugReporter</string>"
+               "<key>CFBundleExecutable</key><string>reporter</string></dict></plist>");
+    writeWhole(bugReporter / "MacOS/reporter",
+               "#!/bin/sh\nprintf %s \"$1\" > \"$HOME/noted\" && mv \"$HOME/noted\" \"$HOME/handed "
+               "on\"\n");
+    fs::permissions((bugReporter / "MacOS/reporter").str(), fs::perms::owner_all);
+
+    const auto helper = programs.startHelper();
+    ASSERT_EQ(::kill(helper->processID(), SIGSEGV), 0);
+    EXPECT_EQ(helper->waitUntilExit(), 128 + SIGSEGV);
+    EXPECT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
+    ASSERT_TRUE(waitFor([&] { return fs::exists(noted.str()); }));
+    const Path report(readWhole(noted));
+    EXPECT_EQ(report.deletingLastPathComponent(), programs.library() / "Logs/CrashReporter");
+    EXPECT_THAT(report.lastPathComponent(), StartsWith("LarkspanHelper_"));
+    EXPECT_THAT(readWhole(report), AllOf(HasSubstr("LarkspanHelper 0."), HasSubstr("(SIGSEGV)"),
+                                         HasSubstr("/LarkspanHelper(")));
+    // It was found before the new log was begun.
+    const Path logBefore = programs.library() / "Logs/Corvane/LarkspanHelper.2.log";
+    EXPECT_THAT(readWhole(logBefore), HasSubstr("Application crashed on last launch"));
+
+    fs::remove(noted.str());
+    EXPECT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
+    EXPECT_FALSE(fs::exists(noted.str()));
+    EXPECT_THAT(readWhole(logBefore), Not(HasSubstr("Application crashed on last launch")));
 }
 
 TEST_F(HelperTest, LivesWithAwkwardFoldersAndTornPreferences) {

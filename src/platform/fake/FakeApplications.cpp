@@ -32,15 +32,20 @@ std::optional<Path> FakeApplications::bundlePathForIdentifier(const std::string&
     });
 }
 
-bool FakeApplications::openFile(const Path& file, const std::string& bundleIdentifier) {
-    if (!bundlePathForIdentifier(bundleIdentifier)) return false;
-    openedFiles_.with([&](auto& files) { files.push_back(file); });
+bool FakeApplications::openFile(const Path& file, const Path& application) {
+    opened_.with([&](auto& opened) { opened.emplace_back(file, application); });
+    const std::string identifier = installed_.with([&](const auto& installed) {
+        const auto found = std::ranges::find_if(
+            installed, [&](const auto& one) { return one.second == application; });
+        return found == installed.end() ? std::string() : found->first;
+    });
+    if (identifier.empty()) return true;
     const FileOpener opener = openers_.with([&](const auto& openers) {
-        const auto found = openers.find(bundleIdentifier);
+        const auto found = openers.find(identifier);
         return found == openers.end() ? FileOpener() : found->second;
     });
     if (opener) opener(file);
-    if (runningApplications(bundleIdentifier).empty()) (void)start(bundleIdentifier);
+    if (runningApplications(identifier).empty()) (void)start(identifier);
     return true;
 }
 

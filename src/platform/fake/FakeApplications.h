@@ -5,6 +5,7 @@
 #include "platform/ObserverList.h"
 
 #include <map>
+#include <utility>
 
 namespace larkspan::platform {
 
@@ -19,7 +20,7 @@ class FakeApplications final : public Applications {
     int currentProcessID() const override { return ownProcessID; }
     bool forceTerminate(const RunningApplication& application) override;
     std::optional<Path> bundlePathForIdentifier(const std::string& bundleIdentifier) override;
-    bool openFile(const Path& file, const std::string& bundleIdentifier) override;
+    bool openFile(const Path& file, const Path& application) override;
     std::unique_ptr<Observation> observeTerminations(TerminationObserver observer) override;
     void lookForApplications() override;
 
@@ -33,10 +34,10 @@ class FakeApplications final : public Applications {
     // What an installed application does with the files that it is to open, on the caller's thread.
     using FileOpener = std::function<void(const Path& file)>;
     void setFileOpener(const std::string& bundleIdentifier, FileOpener opener);
+    // What was opened, as file and application, in order.
+    std::vector<std::pair<Path, Path>> opened() const { return opened_.copy(); }
     // From now on, forceTerminate() is refused.
     void protectFromTermination() { isProtected_ = true; }
-    // The files that installed applications were to open, in order.
-    std::vector<Path> openedFiles() const { return openedFiles_.copy(); }
     std::vector<RunningApplication> forceTerminated() const { return forced_.copy(); }
 
   private:
@@ -52,7 +53,7 @@ class FakeApplications final : public Applications {
     Guarded<std::vector<RunningApplication>> forced_;
     Guarded<std::map<std::string, Path>> installed_;
     Guarded<std::map<std::string, FileOpener>> openers_;
-    Guarded<std::vector<Path>> openedFiles_;
+    Guarded<std::vector<std::pair<Path, Path>>> opened_;
     ObserverList<Observation, const RunningApplication&> observers_;
     int lastProcessID_ = ownProcessID;
     int started_ = 0;

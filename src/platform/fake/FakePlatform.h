@@ -8,6 +8,7 @@
 #include "platform/fake/FakeClock.h"
 #include "platform/fake/FakeConnections.h"
 #include "platform/fake/FakeConsole.h"
+#include "platform/fake/FakeCrashReports.h"
 #include "platform/fake/FakeFileEvents.h"
 #include "platform/fake/FakeFileStreams.h"
 #include "platform/fake/FakeFiles.h"
@@ -30,6 +31,7 @@ struct FakePlatform {
     FakeClock clock;
     FakeMainThread mainThread{clock};
     FakeConsole console;
+    FakeCrashReports crashReports;
     FakeMachine machine;
     FakeFiles files{clock};
     FaultyFiles faults{files};
@@ -58,6 +60,7 @@ struct FakePlatform {
                        .clock = clock,
                        .connections = connections,
                        .console = console,
+                       .crashReports = crashReports,
                        .fileEvents = fileEvents,
                        .files = faults,
                        .machine = machine,

@@ -175,11 +175,11 @@ std::optional<Path> LinuxApplications::bundlePathForIdentifier(
 
 // The application is started once more with the file: handing it to the instance that runs is
 // left to it, as with every program that a file browser starts.
-bool LinuxApplications::openFile(const Path& file, const std::string& bundleIdentifier) {
-    const auto path = bundlePathForIdentifier(bundleIdentifier);
-    if (!path) return false;
-    const Path executable = readBundle(*path).executable;
-    return bool(processes_.launch({.launchPath = executable, .arguments = {file.str()}}));
+bool LinuxApplications::openFile(const Path& file, const Path& application) {
+    const Path executable = readBundle(application).executable;
+    if (executable.empty()) return false;
+    const auto started = processes_.launch({.launchPath = executable, .arguments = {file.str()}});
+    return static_cast<bool>(started);
 }
 
 std::unique_ptr<Applications::Observation> LinuxApplications::observeTerminations(

@@ -34,7 +34,7 @@ class LinuxApplications final : public Applications {
     int currentProcessID() const override;
     bool forceTerminate(const RunningApplication& application) override;
     std::optional<Path> bundlePathForIdentifier(const std::string& bundleIdentifier) override;
-    bool openFile(const Path& file, const std::string& bundleIdentifier) override;
+    bool openFile(const Path& file, const Path& application) override;
     std::unique_ptr<Observation> observeTerminations(TerminationObserver observer) override;
     void lookForApplications() override;
 

@@ -4,6 +4,7 @@
 #include "platform/linux/LinuxApplications.h"
 #include "platform/linux/LinuxBundles.h"
 #include "platform/linux/LinuxConnections.h"
+#include "platform/linux/LinuxCrashReports.h"
 #include "platform/linux/LinuxFileCalls.h"
 #include "platform/linux/LinuxFileEvents.h"
 #include "platform/linux/LinuxFiles.h"
@@ -33,6 +34,7 @@ struct LinuxPlatform::Services {
     LinuxMainThread mainThread;
     SystemClock clock;
     StandardStreams console;
+    LinuxCrashReports crashReports;
     LinuxMachine machine;
     LinuxFiles files;
     LinuxFileCalls fileCalls;
@@ -57,6 +59,7 @@ struct LinuxPlatform::Services {
                       .clock = clock,
                       .connections = connections,
                       .console = console,
+                      .crashReports = crashReports,
                       .fileEvents = fileEvents,
                       .files = files,
                       .machine = machine,
