@@ -173,6 +173,10 @@ class Files {
     // The four-character type code of the Finder information: from the extended attribute, else
     // from the AppleDouble file beside it; empty when there is neither or it is all zero.
     virtual std::string typeCode(const Path& path) = 0;
+    // Sets the type and creator codes, of four characters each, in the extended attribute;
+    // EOPNOTSUPP where the file system has none.
+    virtual std::optional<Error> setTypeAndCreator(const Path& path, const std::string& type,
+                                                   const std::string& creator) = 0;
 
     // Whether two files hold the same bytes, two links lead to the same text, or two folders hold
     // the same names with equal contents all the way down. Sizes are looked at first, and nothing

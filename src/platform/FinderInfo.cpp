@@ -25,6 +25,15 @@ std::string typeCodeOfFinderInfo(std::string_view finderInfo) {
     return code == std::string_view("\0\0\0\0", typeCodeSize) ? std::string() : std::string(code);
 }
 
+std::string finderInfoWithCodes(std::string_view old, std::string_view type,
+                                std::string_view creator) {
+    std::string info(old);
+    info.resize(finderInfoSize, '\0');
+    info.replace(0, typeCodeSize, type);
+    info.replace(typeCodeSize, typeCodeSize, creator);
+    return info;
+}
+
 // The header: magic and version (4 bytes each), 16 bytes of filler, the number of entries (2); then
 // the entries: identifier, offset and length (4 each).
 std::optional<std::string> finderInfoOfAppleDouble(std::string_view bytes) {

@@ -14,6 +14,10 @@ inline constexpr const char* finderInfoAttribute = "user.com.apple.FinderInfo";
 // The four characters that the 32 bytes begin with; "" when they are all zero or too few.
 std::string typeCodeOfFinderInfo(std::string_view finderInfo);
 
+// Finder information with these codes, of four characters each, and whatever else stood in the old.
+std::string finderInfoWithCodes(std::string_view old, std::string_view type,
+                                std::string_view creator);
+
 // The Finder information in the bytes of an AppleDouble file; empty when there is none.
 std::optional<std::string> finderInfoOfAppleDouble(std::string_view bytes);
 

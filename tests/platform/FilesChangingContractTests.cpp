@@ -223,6 +223,15 @@ TEST_P(FilesContract, LockedItemsStay) {
     EXPECT_FALSE(files().removeItem(at("file")));
 }
 
+TEST_P(FilesContract, SetsTypeCodesWhereTheFileSystemHasThem) {
+    write(at("file"), "x");
+    const long failed = codeOf(files().setTypeAndCreator(at("file"), "XML ", "KeyG"));
+    EXPECT_TRUE(failed == 0 || failed == EOPNOTSUPP) << failed;
+    EXPECT_EQ(files().typeCode(at("file")), failed == 0 ? "XML " : "");
+    EXPECT_EQ(read(at("file")), "x");
+    EXPECT_EQ(codeOf(files().setTypeAndCreator(at("missing"), "XML ", "KeyG")), ENOENT);
+}
+
 TEST_P(FilesContract, SetsDatesAndPermissions) {
     write(at("file"), "");
     makeLink(at("link"), "file");

@@ -325,6 +325,17 @@ std::string FakeFiles::typeCode(const Path& path) {
     return typeCodeOfFile(*this, path, attribute);
 }
 
+std::optional<Error> FakeFiles::setTypeAndCreator(const Path& path, const std::string& type,
+                                                  const std::string& creator) {
+    return change("setting the type of " + path.str(), [&](State& state) {
+        const auto found = state.tree.find(path);
+        if (found.failed != 0) return found.failed;
+        std::string& info = found.node->attributes[finderInfoAttribute];
+        info = finderInfoWithCodes(info, type, creator);
+        return 0;
+    });
+}
+
 bool FakeFiles::contentsEqual(const Path& one, const Path& other) {
     return state_.with([&](State& state) {
         const auto first = state.tree.find(one, LastLink::keep);

@@ -200,6 +200,12 @@ std::string FaultyFiles::typeCode(const Path& path) {
     return files_.typeCode(path);
 }
 
+std::optional<Error> FaultyFiles::setTypeAndCreator(const Path& path, const std::string& type,
+                                                    const std::string& creator) {
+    if (auto error = refused(FileOperation::typeCode, path)) return error;
+    return files_.setTypeAndCreator(path, type, creator);
+}
+
 bool FaultyFiles::contentsEqual(const Path& one, const Path& other) {
     return refusal(FileOperation::contentsEqual, one) == 0 && files_.contentsEqual(one, other);
 }

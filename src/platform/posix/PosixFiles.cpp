@@ -167,6 +167,18 @@ std::string PosixFiles::typeCode(const Path& path) {
                           calls_.attributeOfPath(systemName(path), finderInfoAttribute));
 }
 
+std::optional<Error> PosixFiles::setTypeAndCreator(const Path& path, const std::string& type,
+                                                   const std::string& creator) {
+    const std::string doing = "setting the type of " + path.str();
+    const FileDescriptor file = openAt(AT_FDCWD, systemName(path), O_RDONLY | O_NONBLOCK);
+    if (!file) return posixError(errno, doing);
+    const auto old = calls_.attribute(file.get(), finderInfoAttribute);
+    const int failed = calls_.setAttribute(file.get(), finderInfoAttribute,
+                                           finderInfoWithCodes(old ? *old : "", type, creator));
+    if (failed != 0) return posixError(failed, doing);
+    return {};
+}
+
 bool PosixFiles::contentsEqual(const Path& one, const Path& other) {
     return platform::contentsEqual(one, other);
 }

@@ -33,6 +33,8 @@ class PosixFiles : public Files {
     bool isExecutable(const Path& path) override;
     bool isDeletable(const Path& path) override;
     std::string typeCode(const Path& path) override;
+    std::optional<Error> setTypeAndCreator(const Path& path, const std::string& type,
+                                           const std::string& creator) override;
     bool contentsEqual(const Path& one, const Path& other) override;
     std::optional<DiskSpace> diskSpace(const Path& path) override;
 
