@@ -6,7 +6,7 @@ _larkspan() {
     COMPREPLY=()
 
     if ((COMP_CWORD == 1)); then
-        COMPREPLY=($(compgen -W "watch scan status projects versions prefs --help --version" -- "$word"))
+        COMPREPLY=($(compgen -W "watch scan status projects versions prune prefs --help --version" -- "$word"))
         return
     fi
     if [[ $command == watch ]] && ((COMP_CWORD == 2)); then
@@ -21,6 +21,7 @@ _larkspan() {
             [[ $sub == add ]] && options+=" --extensions"
             [[ $sub == list ]] && options+=" --json" ;;
         scan) options+=" --wait --timeout" ;;
+        prune) options+=" --dry-run --json" ;;
         status | projects | versions) options+=" --json" ;;
         prefs) options+=" --json --string --integer --delete" ;;
     esac
@@ -33,7 +34,7 @@ _larkspan() {
     case $command in
         watch)
             [[ $sub == list ]] || { compopt -o filenames; COMPREPLY=($(compgen -d -- "$word")); } ;;
-        versions)
+        versions | prune)
             compopt -o filenames
             COMPREPLY=($(compgen -f -- "$word")) ;;
         prefs)

@@ -89,6 +89,7 @@ void ProjectBackup::backupProject(const Path& project, const Path& toPath, Versi
         return;
     }
     if (mayAlert) alert("Project backed up", displayName, "Backup successful");
+    renditions_.addRendition(expanded, toPath, withNumber, options);
 }
 
 bool ProjectBackup::destinationIsUsable(const Path& toPath, const Preferences& preferences,

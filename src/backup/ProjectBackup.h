@@ -1,24 +1,17 @@
 #pragma once
 
+#include "backup/BackupOptions.h"
 #include "backup/EngineState.h"
 #include "backup/ProjectCopy.h"
 #include "backup/VersionName.h"
+#include "backup/XMLRendition.h"
 #include "foundation/Path.h"
 #include "kit/Preferences.h"
 
 #include <functional>
-#include <optional>
 #include <string>
 
 namespace larkspan {
-
-// How a version is to be taken.
-struct BackupOptions {
-    std::optional<std::string> uuid = {};  // a sequence whose XML stands for the whole project's
-    bool launchProj = false;               // the editing application may be launched to export XML
-    bool force = false;                    // asked for by the user: no least interval, no thinning
-    bool partOfBatch = false;              // no notices to the user
-};
 
 // Takes one version of one project, from the checks to the notices.
 class ProjectBackup {
@@ -26,8 +19,13 @@ class ProjectBackup {
     // Asks for a picture of the screen: folder, file name without extension, number.
     using TakeScreenshot = std::function<void(const Path&, const std::string&, VersionNumber)>;
 
-    ProjectBackup(EngineState& state, ProjectCopy& copy, TakeScreenshot takeScreenshot)
-        : state_(state), copy_(copy), takeScreenshot_(std::move(takeScreenshot)) {}
+    // The state, copy and renditions must outlive this.
+    ProjectBackup(EngineState& state, ProjectCopy& copy, const XMLRendition& renditions,
+                  TakeScreenshot takeScreenshot)
+        : state_(state),
+          copy_(copy),
+          renditions_(renditions),
+          takeScreenshot_(std::move(takeScreenshot)) {}
 
     void backupProject(const Path& project, const Path& toPath, VersionNumber withNumber,
                        const BackupOptions& options);
@@ -39,6 +37,7 @@ class ProjectBackup {
 
     EngineState& state_;
     ProjectCopy& copy_;
+    const XMLRendition& renditions_;
     TakeScreenshot takeScreenshot_;
 };
 

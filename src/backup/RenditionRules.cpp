@@ -49,8 +49,8 @@ RenditionLimits renditionLimits(long policy) {
 Result<std::string> tidiedXML(std::string_view xml) {
     if (auto error = checkXML(xml)) return std::move(*error);
     pugi::xml_document document;
-    const auto parsed = document.load_buffer(xml.data(), xml.size(), pugi::parse_full,
-                                             pugi::encoding_utf8);
+    const auto parsed =
+        document.load_buffer(xml.data(), xml.size(), pugi::parse_full, pugi::encoding_utf8);
     if (!parsed) return Error{xmlErrorDomain, parsed.status, parsed.description()};
     if (document.first_child().type() != pugi::node_declaration) {
         pugi::xml_node declaration = document.prepend_child(pugi::node_declaration);

@@ -60,22 +60,30 @@ void Retention::manageBackups() {
     ZBLog::appendLog("Starting backup management");
     warnOfPeriodCount(preferences.integer("oldBackupCount", rules.keptPerPeriod));
     const auto root = storelayout::storeRoot(preferences);
+    std::vector<Path> removed;
+    bool isComplete = true;
+    const bool isThere = visitVersionFolders(root, [&](const Path& versions, auto& folder) {
+        isComplete = manageProject(versions, folder, rules, removed);
+        return isComplete;
+    });
+    if (!isThere) {
+        ZBLog::appendLog("No old versions are removed: there is no version store at %@",
+                         root.value_or(Path()));
+    }
+    if (isComplete && !removed.empty() && rules.removesSynced) removeSyncedFiles_(removed);
+}
+
+bool Retention::visitVersionFolders(const std::optional<Path>& root, const VisitFolder& visit) {
     const auto store = root && ZBFileManager::isVolumeMountedForPath(*root)
                            ? current().files.openFolder(*root)
                            : nullptr;
-    if (!store) {
-        ZBLog::appendLog("No old versions are removed: there is no version store at %@",
-                         root.value_or(Path()));
-        return;
-    }
-    std::vector<Path> removed;
+    if (!store) return false;
     for (const platform::DirectoryEntry& entry : store->entries()) {
-        const Path versions = *root / entry.name / storelayout::versionsName;
         if (entry.kind == platform::EntryKind::file) continue;
         const auto folder = store->openFolder(entry.name + "/" + storelayout::versionsName);
-        if (folder && !manageProject(versions, *folder, rules, removed)) return;
+        if (folder && !visit(*root / entry.name / storelayout::versionsName, *folder)) break;
     }
-    if (!removed.empty() && rules.removesSynced) removeSyncedFiles_(removed);
+    return true;
 }
 
 bool Retention::manageProject(const Path& versionFolder, platform::Folder& folder,
@@ -102,6 +110,18 @@ RetentionPlan Retention::plan(const Path& versionFolder, const RetentionRules& r
     const auto folder = current().files.openFolder(versionFolder);
     if (!folder) return {};
     return retentionPlan(storedFiles(*folder), rules, current().clock.now());
+}
+
+std::optional<std::vector<ProjectPlan>> Retention::plans(const Path& root,
+                                                         const RetentionRules& rules) {
+    std::vector<ProjectPlan> plans;
+    const bool isThere = visitVersionFolders(root, [&](const Path& versions, auto& folder) {
+        plans.push_back(
+            {versions, retentionPlan(storedFiles(folder), rules, current().clock.now())});
+        return !plans.back().plan.endsRun;
+    });
+    if (!isThere) return std::nullopt;
+    return plans;
 }
 
 void Retention::removeBackup(const Path& version, RemovalType removeType,

@@ -12,6 +12,11 @@ namespace larkspan {
 
 enum class RemoveSynced { no, yes };
 
+struct ProjectPlan {
+    Path versionFolder;
+    RetentionPlan plan;
+};
+
 // Keeps the version store within what the user wants kept: reads the folders, has the policy decide
 // and removes what is to go. Used from the scan queue.
 class Retention {
@@ -26,8 +31,11 @@ class Retention {
     // for the cloud, and is tried again in the next run.
     void manageBackups();
 
-    // What manageBackups would decide about a version folder now; nothing is touched.
+    // What manageBackups would decide now; nothing is touched.
     static RetentionPlan plan(const Path& versionFolder, const RetentionRules& rules);
+    // The same for a store, up to the project that ends the run; empty when there is no store.
+    static std::optional<std::vector<ProjectPlan>> plans(const Path& root,
+                                                         const RetentionRules& rules);
 
     // Removes one version with everything that belongs to it.
     void removeBackup(const Path& version, RemovalType removeType,
@@ -42,6 +50,10 @@ class Retention {
     static bool removeEmptyFolder(const Path& folder);
 
   private:
+    // Calls `visit` with each version folder of a store, in the order of its listing, for as long
+    // as that gives true. False when there is no store.
+    using VisitFolder = std::function<bool(const Path& versionFolder, platform::Folder& folder)>;
+    static bool visitVersionFolders(const std::optional<Path>& root, const VisitFolder& visit);
     // False when the run is over. What is removed is added to `removed`.
     static bool manageProject(const Path& versionFolder, platform::Folder& folder,
                               const RetentionRules& rules, std::vector<Path>& removed);

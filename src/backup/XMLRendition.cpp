@@ -1,5 +1,6 @@
 #include "backup/XMLRendition.h"
 
+#include "backup/RenditionRules.h"
 #include "backup/Retention.h"
 #include "foundation/Text.h"
 #include "kit/Problems.h"

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "backup/ProjectBackup.h"
-#include "backup/RenditionRules.h"
+#include "backup/BackupOptions.h"
+#include "backup/VersionName.h"
+#include "foundation/Path.h"
 
 #include <functional>
 #include <optional>

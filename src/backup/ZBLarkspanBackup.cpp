@@ -1,5 +1,6 @@
 #include "backup/ZBLarkspanBackup.h"
 
+#include "host/ZBAppleEvents.h"
 #include "kit/Identifiers.h"
 #include "kit/Preferences.h"
 #include "kit/ZBLocalPaths.h"
@@ -15,12 +16,22 @@ platform::Platform& current() {
     return platform::Platform::current();
 }
 
+std::optional<std::string> xmlFromFinalCut(const Path& project,
+                                           const std::optional<std::string>& uuid, bool launch) {
+    const LaunchFCP mayLaunch = launch ? LaunchFCP::yes : LaunchFCP::no;
+    auto xml = uuid ? ZBAppleEvents::getItemXMLData(*uuid, project, mayLaunch)
+                    : ZBAppleEvents::getProjectXMLData(project, mayLaunch);
+    if (!xml) return std::nullopt;
+    return std::move(xml->bytes);
+}
+
 }  // namespace
 
 ZBLarkspanBackup::ZBLarkspanBackup()
     : list_(current().files, current().clock),
       copy_(state_, [this](const Path& version) { uploadFileToCloud(version); }),
-      backup_(state_, copy_,
+      renditions_(xmlFromFinalCut),
+      backup_(state_, copy_, renditions_,
               [this](const Path& folder, const std::string& name, VersionNumber number) {
                   takeScreenshot(folder, name, number);
               }),
@@ -63,12 +74,11 @@ std::optional<Error> ZBLarkspanBackup::backupProjectFile(const Path& project, co
 
 unsigned long ZBLarkspanBackup::backupGapForProject(const Path& project, const Path& destination,
                                                     VersionNumber desiredNumber) {
-    unsigned long gap = 0;
-    for (VersionNumber number{desiredNumber.value - 1}; number.value >= 1; --number.value) {
-        if (current().files.exists(destination / versionRenditionName(project, number))) break;
-        ++gap;
-    }
-    return gap;
+    return XMLRendition::gap(project, destination, desiredNumber);
+}
+
+void ZBLarkspanBackup::setXMLFileAssociation(const Path& rendition) {
+    XMLRendition::setFileAssociation(rendition);
 }
 
 std::optional<Path> ZBLarkspanBackup::currentBundlePath() {

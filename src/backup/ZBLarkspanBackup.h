@@ -1,5 +1,6 @@
 #pragma once
 
+#include "backup/BackupOptions.h"
 #include "backup/BatchRun.h"
 #include "backup/EngineState.h"
 #include "backup/ProjectBackup.h"
@@ -7,6 +8,7 @@
 #include "backup/ProjectList.h"
 #include "backup/Retention.h"
 #include "backup/VersionName.h"
+#include "backup/XMLRendition.h"
 #include "foundation/Error.h"
 #include "foundation/Path.h"
 #include "foundation/Value.h"
@@ -52,6 +54,8 @@ class ZBLarkspanBackup {
     // How many versions directly below `desiredNumber` have no XML rendition.
     static unsigned long backupGapForProject(const Path& project, const Path& destination,
                                              VersionNumber desiredNumber);
+    // Lets a rendition open in Final Cut Pro, where the file system can hold that.
+    static void setXMLFileAssociation(const Path& rendition);
     static std::string padNumber(VersionNumber number) { return larkspan::padNumber(number); }
     // The front-end's bundle; empty when it is not installed.
     static std::optional<Path> currentBundlePath();
@@ -84,6 +88,7 @@ class ZBLarkspanBackup {
     EngineState state_;
     ProjectList list_;
     ProjectCopy copy_;
+    XMLRendition renditions_;
     ProjectBackup backup_;
     BatchRun batch_;
     Retention retention_;

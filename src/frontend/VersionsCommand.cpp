@@ -1,46 +1,16 @@
 #include "frontend/Commands.h"
 #include "frontend/Format.h"
 #include "frontend/Json.h"
-#include "frontend/ProjectSearch.h"
+#include "frontend/ProjectArgument.h"
 #include "frontend/Settings.h"
 #include "frontend/Store.h"
-#include "frontend/Suggestions.h"
 
-#include <algorithm>
 #include <array>
 
 namespace larkspan {
 namespace {
 
 constexpr std::array options{jsonOption};
-
-constexpr size_t shownCandidates = 20;
-
-ExitStatus reportAmbiguous(Context& context, const std::string& text,
-                           const std::vector<StoredProject>& found) {
-    std::string list = "Name one of them by the start of its identifier:";
-    for (size_t at = 0; at < std::min(found.size(), shownCandidates); ++at) {
-        list += "\n  " + printable(found[at].id.text + "  " + found[at].path.str());
-    }
-    if (found.size() > shownCandidates) {
-        list += "\n  and " + std::to_string(found.size() - shownCandidates) + " more";
-    }
-    context.output.error(
-        "\"" + printable(text) + "\" may be " + std::to_string(found.size()) + " projects.", list);
-    return ExitStatus::failed;
-}
-
-ExitStatus reportUnknown(Context& context, const std::string& text,
-                         const std::vector<StoredProject>& projects) {
-    std::vector<std::string> names;
-    for (const StoredProject& project : projects) {
-        names.push_back(printable(project.displayName()));
-    }
-    context.output.error("There is no project \"" + printable(text) + "\" in the version store." +
-                             didYouMean(names, text),
-                         "See them all with: larkspan projects");
-    return ExitStatus::failed;
-}
 
 void show(Context& context, const Store& store, const StoredProject& project, bool asJson) {
     using Align = Table::Align;
@@ -71,12 +41,9 @@ ExitStatus versions(const Arguments& arguments, Context& context) {
     const auto root = storeRoot(context);
     if (!root) return ExitStatus::failed;
     Store store(*root);
-    const std::string& text = arguments.words()[0];
-    const auto projects = sortedByName(store.projects());
-    const auto found = projectsMeantBy(text, projects, context.currentDirectory);
-    if (found.empty()) return reportUnknown(context, text, projects);
-    if (found.size() > 1) return reportAmbiguous(context, text, found);
-    show(context, store, found[0], arguments.has("json"));
+    const auto project = projectArgument(arguments.words()[0], store, context);
+    if (!project) return ExitStatus::failed;
+    show(context, store, *project, arguments.has("json"));
     return ExitStatus::done;
 }
 
