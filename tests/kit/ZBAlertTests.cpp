@@ -1,6 +1,6 @@
+#include "kit/TaskFixture.h"
 #include "kit/ZBAlert.h"
 #include "platform/linux/LinuxAlerts.h"
-#include "platform/linux/LinuxMainThread.h"
 #include "support/FakePlatformTest.h"
 #include "support/PseudoTerminal.h"
 
@@ -214,39 +214,19 @@ TEST_F(AlertTest, NobodyWaitsForAMainLoopThatHasEnded) {
     EXPECT_EQ(ZBAlert::alertSheetWithMessageText("a", "b"), -1);
 }
 
-// The whole way to a terminal, on its own main loop.
-class TerminalAlertTest : public testing::FakePlatformTest {
+// The whole way to a terminal, on a real main loop.
+class TerminalAlertTest : public testing::ShellTaskFixture {
   protected:
-    testing::PseudoTerminal terminal;
-    platform::LinuxMainThread mainThread;
-    platform::LinuxAlerts alerts{
-        mainThread, fake.processes, {.input = terminal.terminal(), .output = terminal.terminal()}};
-    platform::Platform linuxParts = partly(fake.platform(), mainThread, alerts);
-    platform::ScopedPlatform onLinux{linuxParts};
-
-  private:
-    static platform::Platform partly(const platform::Platform& all,
-                                     platform::MainThread& mainThread, platform::Alerts& alerts) {
-        return {.alerts = alerts,
-                .applications = all.applications,
-                .bundles = all.bundles,
-                .clock = all.clock,
-                .connections = all.connections,
-                .console = all.console,
-                .crashReports = all.crashReports,
-                .fileEvents = all.fileEvents,
-                .files = all.files,
-                .machine = all.machine,
-                .mainThread = mainThread,
-                .privileges = all.privileges,
-                .processes = all.processes,
-                .sessionEvents = all.sessionEvents,
-                .places = all.places,
-                .streams = all.streams,
-                .trash = all.trash,
-                .userNotifications = all.userNotifications,
-                .volumes = all.volumes};
+    TerminalAlertTest() {
+        fake.alerts.onShow = [this](AlertID alert) {
+            alerts.show(fake.alerts.shown.back().request, nullptr,
+                        [this, alert](const auto& answer) { fake.alerts.answer(alert, answer); });
+        };
     }
+
+    testing::PseudoTerminal terminal;
+    platform::LinuxAlerts alerts{
+        mainThread, processes, {.input = terminal.terminal(), .output = terminal.terminal()}};
 };
 
 TEST_F(TerminalAlertTest, BlocksTheMainThreadWhichGoesOnServingEvents) {
@@ -265,13 +245,6 @@ TEST_F(TerminalAlertTest, BlocksTheMainThreadWhichGoesOnServingEvents) {
     });
     mainThread.run();
     EXPECT_EQ(returnCode, platform::alertAlternateReturn);
-}
-
-TEST_F(TerminalAlertTest, TheTimedFormTakesTheQuestionAway) {
-    const auto clockTicks =
-        mainThread.scheduleRepeating(Seconds(0.002), [&] { fake.clock.advance(1s); });
-    EXPECT_EQ(ZBAlert::timedAlertSheetWithMessageText({.messageText = "Soon"}, 5s), 1);
-    EXPECT_TRUE(terminal.shows("Your choice [1]: \r\n"));
 }
 
 }  // namespace
