@@ -75,6 +75,13 @@ bool isAscii(std::string_view text) {
                        [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
+bool isControl(std::string_view text, size_t at) {
+    const auto byte = static_cast<unsigned char>(text[at]);
+    if (byte < 0x20 || byte == 0x7f) return true;
+    // U+0080 to U+009F, which terminals obey as well.
+    return byte == 0xc2 && at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) < 0xa0;
+}
+
 }  // namespace
 
 std::string_view trimmed(std::string_view text) {
@@ -222,6 +229,18 @@ bool matchesWildcard(std::string_view text, std::string_view pattern) {
     }
     while (p < pattern.size() && pattern[p] == '*') ++p;
     return p == pattern.size();
+}
+
+std::string printable(std::string_view text) {
+    const std::string valid = sanitizedUtf8(text);
+    std::string safe;
+    safe.reserve(valid.size());
+    for (size_t at = 0; at < valid.size(); ++at) {
+        const bool control = isControl(valid, at);
+        safe += control ? '?' : valid[at];
+        if (control && static_cast<unsigned char>(valid[at]) == 0xc2) ++at;
+    }
+    return safe;
 }
 
 }  // namespace larkspan

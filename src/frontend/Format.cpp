@@ -8,28 +8,6 @@
 #include <array>
 
 namespace larkspan {
-namespace {
-
-bool isControl(std::string_view text, size_t at) {
-    const auto byte = static_cast<unsigned char>(text[at]);
-    if (byte < 0x20 || byte == 0x7f) return true;
-    // U+0080 to U+009F, which terminals obey as well.
-    return byte == 0xc2 && at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) < 0xa0;
-}
-
-}  // namespace
-
-std::string printable(std::string_view text) {
-    const std::string valid = sanitizedUtf8(text);
-    std::string safe;
-    safe.reserve(valid.size());
-    for (size_t at = 0; at < valid.size(); ++at) {
-        const bool control = isControl(valid, at);
-        safe += control ? '?' : valid[at];
-        if (control && static_cast<unsigned char>(valid[at]) == 0xc2) ++at;
-    }
-    return safe;
-}
 
 std::string sizeText(std::uint64_t bytes) {
     if (bytes < 1000) return std::to_string(bytes) + " B";

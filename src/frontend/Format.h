@@ -2,6 +2,7 @@
 
 #include "foundation/Date.h"
 #include "foundation/Path.h"
+#include "foundation/Text.h"
 #include "foundation/Value.h"
 
 #include <cstdint>
@@ -12,10 +13,6 @@
 namespace larkspan {
 
 // Texts for people and scripts.
-
-// A text that is safe to show: valid UTF-8, with every control character (new lines in file names,
-// escape sequences) replaced by "?".
-std::string printable(std::string_view text);
 
 // "512 B", "1.2 MB": decimal units, three significant digits.
 std::string sizeText(std::uint64_t bytes);

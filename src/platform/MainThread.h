@@ -40,12 +40,20 @@ class MainThread {
     // Serves events until stop(). Main thread only, not nested.
     virtual void run() = 0;
 
+    // Serves one event, waiting for it at most that long. Also while an event is being served, so
+    // that what waits on the main thread for an answer keeps it responsive. Main thread only.
+    virtual void serveEvent(Seconds longestWait) = 0;
+
     // Makes run() return after the event it is serving. Before run(): run() returns at once.
     virtual void stop() = 0;
 
     // Ends the loop for good: nothing posted later runs, and threads blocked in performAndWait are
     // let go with false. Main thread only.
     virtual void terminate() = 0;
+
+    // Whether terminate() was called: nothing that is to happen on the main thread happens any
+    // more.
+    virtual bool hasEnded() const = 0;
 };
 
 }  // namespace larkspan::platform

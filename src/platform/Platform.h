@@ -2,6 +2,7 @@
 
 namespace larkspan::platform {
 
+class Alerts;
 class AppleEvents;
 class Applications;
 class Archives;
@@ -26,6 +27,7 @@ class Volumes;
 // Everything that an operating system gives, one small interface per service. Holds references
 // only: whoever builds a Platform owns the services and keeps them alive longer than it.
 struct Platform {
+    Alerts& alerts;
     AppleEvents& appleEvents;
     Applications& applications;
     Archives& archives;

@@ -65,7 +65,8 @@ class TaskFixture : public ::testing::Test {
     platform::LinuxMainThread mainThread;
     platform::LinuxFiles files;
     Processes processes;
-    platform::Platform platform{.appleEvents = fake.appleEvents,
+    platform::Platform platform{.alerts = fake.alerts,
+                                .appleEvents = fake.appleEvents,
                                 .applications = fake.applications,
                                 .archives = fake.archives,
                                 .bundles = fake.bundles,

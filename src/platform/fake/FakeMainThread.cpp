@@ -1,5 +1,6 @@
 #include "platform/fake/FakeMainThread.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace larkspan::platform {
@@ -103,6 +104,15 @@ void FakeMainThread::run() {
     }
 }
 
+void FakeMainThread::serveEvent(Seconds longestWait) {
+    if (runOnePosted()) return;
+    const auto longest = FakeClock::inNanoseconds(longestWait);
+    FakeTimer* timer = nextTimer();
+    const auto wait = timer ? timer->due() - clock_.elapsed() : longest;
+    clock_.advanceExactly(std::clamp(wait, std::chrono::nanoseconds(0), longest));
+    if (timer && wait <= longest) timer->fire();
+}
+
 void FakeMainThread::advance(Seconds duration) {
     const auto end = clock_.elapsed() + FakeClock::inNanoseconds(duration);
     runPosted();
@@ -131,6 +141,11 @@ void FakeMainThread::terminate() {
     terminated_ = true;
     posted_.clear();
     changed_.notify_all();
+}
+
+bool FakeMainThread::hasEnded() const {
+    const std::lock_guard lock(mutex_);
+    return terminated_;
 }
 
 }  // namespace larkspan::platform

@@ -23,8 +23,10 @@ class FakeMainThread final : public MainThread {
     bool performAndWait(Work work) override;
     std::unique_ptr<Timer> scheduleRepeating(Seconds interval, Work work) override;
     void run() override;
+    void serveEvent(Seconds longestWait) override;
     void stop() override;
     void terminate() override;
+    bool hasEnded() const override;
 
     // Runs what is posted now and what that posts in turn; timers do not fire.
     void runPosted();
@@ -41,7 +43,7 @@ class FakeMainThread final : public MainThread {
     FakeClock& clock_;
     const std::thread::id thread_ = std::this_thread::get_id();
     std::list<FakeTimer*> timers_;  // main thread only
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     std::condition_variable changed_;
     std::deque<Work> posted_;
     bool stopRequested_ = false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Platform.h"
+#include "platform/fake/FakeAlerts.h"
 #include "platform/fake/FakeAppleEvents.h"
 #include "platform/fake/FakeApplications.h"
 #include "platform/fake/FakeArchives.h"
@@ -42,6 +43,7 @@ struct FakePlatform {
     FakeBundles bundles;
     FakePrivileges privileges;
     FakeProcesses processes;
+    FakeAlerts alerts;
     FakeApplications applications;
     FakeAppleEvents appleEvents;
     FakeVolumes volumes;
@@ -53,7 +55,8 @@ struct FakePlatform {
     Platform& platform() { return platform_; }
 
   private:
-    Platform platform_{.appleEvents = appleEvents,
+    Platform platform_{.alerts = alerts,
+                       .appleEvents = appleEvents,
                        .applications = applications,
                        .archives = archives,
                        .bundles = bundles,

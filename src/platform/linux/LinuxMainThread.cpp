@@ -22,6 +22,9 @@ class SourceTimer final : public MainThread::Timer {
         if (source_ != 0) g_source_remove(source_);
     }
     void attach(guint source) { source_ = source; }
+    void allowNesting() const {
+        g_source_set_can_recurse(g_main_context_find_source_by_id(nullptr, source_), TRUE);
+    }
 
     // The call may destroy this timer, but not the work amid itself.
     static gboolean fired(gpointer data) {
@@ -46,7 +49,12 @@ std::unique_ptr<MainThread::Timer> watch(int descriptor, GIOCondition condition,
 }  // namespace
 
 LinuxMainThread::LinuxMainThread() : wakeUp_(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
-    wakeUpWatch_ = watch(wakeUp_.get(), G_IO_IN, [this] { drain(); });
+    auto watching = std::make_unique<SourceTimer>([this] { drain(); });
+    watching->attach(
+        g_unix_fd_add(wakeUp_.get(), G_IO_IN, SourceTimer::descriptorReady, watching.get()));
+    // Posted work that serves events itself must still get what is posted meanwhile.
+    watching->allowNesting();
+    wakeUpWatch_ = std::move(watching);
 }
 
 LinuxMainThread::~LinuxMainThread() {
@@ -133,7 +141,7 @@ void LinuxMainThread::drain() {
         ready.swap(posted_);
     }
     while (!ready.empty()) {
-        if (stopRequested_) {
+        if (stopRequested_ && servedAmidAnother_ == 0) {
             // What is left keeps its place before what was posted meanwhile.
             const std::lock_guard lock(mutex_);
             if (!terminated_) {
@@ -155,6 +163,14 @@ void LinuxMainThread::run() {
     stopRequested_ = false;
 }
 
+void LinuxMainThread::serveEvent(Seconds longestWait) {
+    assert(isCurrent());
+    const auto limit = scheduleRepeating(longestWait, [] {});
+    ++servedAmidAnother_;
+    g_main_context_iteration(nullptr, TRUE);
+    --servedAmidAnother_;
+}
+
 void LinuxMainThread::stop() {
     stopRequested_ = true;
     wake();
@@ -165,6 +181,11 @@ void LinuxMainThread::terminate() {
     const std::lock_guard lock(mutex_);
     terminated_ = true;
     dropped.swap(posted_);
+}
+
+bool LinuxMainThread::hasEnded() const {
+    const std::lock_guard lock(mutex_);
+    return terminated_;
 }
 
 }  // namespace larkspan::platform

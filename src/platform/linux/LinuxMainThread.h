@@ -23,8 +23,10 @@ class LinuxMainThread final : public MainThread {
     bool performAndWait(Work work) override;
     std::unique_ptr<Timer> scheduleRepeating(Seconds interval, Work work) override;
     void run() override;
+    void serveEvent(Seconds longestWait) override;
     void stop() override;
     void terminate() override;
+    bool hasEnded() const override;
 
     // Calls `ready` on the main thread whenever the descriptor can be read (or reports an error),
     // until the handle is destroyed. Main thread only; the descriptor stays the caller's.
@@ -39,8 +41,9 @@ class LinuxMainThread final : public MainThread {
     const std::thread::id thread_ = std::this_thread::get_id();
     FileDescriptor wakeUp_;
     std::unique_ptr<Timer> wakeUpWatch_;
+    int servedAmidAnother_ = 0;  // calls of serveEvent(), main thread only
     std::atomic<bool> stopRequested_{false};
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     std::deque<Work> posted_;
     bool terminated_ = false;
 };

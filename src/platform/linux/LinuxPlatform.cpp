@@ -1,5 +1,6 @@
 #include "platform/linux/LinuxPlatform.h"
 
+#include "platform/linux/LinuxAlerts.h"
 #include "platform/linux/LinuxAppleEvents.h"
 #include "platform/linux/LinuxApplications.h"
 #include "platform/linux/LinuxBundles.h"
@@ -45,6 +46,7 @@ struct LinuxPlatform::Services {
     LinuxBundles bundles;
     LinuxProcesses processes;
     LinuxPrivileges privileges{processes, clock, places};
+    LinuxAlerts alerts{mainThread, processes};
     LinuxApplications applications{mainThread, bundles, places, processes};
     LinuxAppleEvents appleEvents;
     LinuxVolumes volumes{mainThread, places};
@@ -52,7 +54,8 @@ struct LinuxPlatform::Services {
     LinuxUserNotifications userNotifications;
     LinuxConnections connections{mainThread};
     LinuxFileEvents fileEvents{mainThread, fileEventsOptions()};
-    Platform platform{.appleEvents = appleEvents,
+    Platform platform{.alerts = alerts,
+                      .appleEvents = appleEvents,
                       .applications = applications,
                       .archives = archives,
                       .bundles = bundles,

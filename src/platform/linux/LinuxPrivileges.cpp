@@ -1,11 +1,11 @@
 #include "platform/linux/LinuxPrivileges.h"
 
+#include "platform/linux/Display.h"
 #include "platform/linux/ProcessTable.h"
 #include "platform/posix/FileDescriptor.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <optional>
 #include <utility>
 
@@ -18,11 +18,6 @@ namespace {
 constexpr Seconds betweenLooks = std::chrono::milliseconds(10);
 constexpr Seconds longestQuestion = std::chrono::minutes(10);  // for a person
 constexpr Seconds longestCheck = std::chrono::minutes(1);      // for a program alone
-
-bool isSet(const char* variable) {
-    const char* value = std::getenv(variable);
-    return value && *value;
-}
 
 bool hasTerminal() {
     return static_cast<bool>(FileDescriptor(::open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY)));
@@ -153,7 +148,7 @@ class SudoAuthorization final : public Authorization {
 }  // namespace
 
 PrivilegePrograms PrivilegePrograms::ofThisProcess() {
-    return {.personCanBeAsked = isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || hasTerminal()};
+    return {.personCanBeAsked = hasDisplay() || hasTerminal()};
 }
 
 LinuxPrivileges::LinuxPrivileges(Processes& processes, Clock& clock, StandardPlaces& places,
