@@ -15,6 +15,7 @@ class Machine;
 class MainThread;
 class Privileges;
 class Processes;
+class Screen;
 class SessionEvents;
 class StandardPlaces;
 class Trash;
@@ -36,6 +37,7 @@ struct Platform {
     MainThread& mainThread;
     Privileges& privileges;
     Processes& processes;
+    Screen& screen;
     SessionEvents& sessionEvents;
     StandardPlaces& places;
     FileStreams& streams;
