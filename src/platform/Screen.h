@@ -13,8 +13,8 @@ struct PictureSize {
 
 // How a picture is to be stored.
 struct PictureForm {
-    int largestWidth = 1024;         // what is wider is scaled down to this
-    double compressionFactor = 0.7;  // of JPEG, 0 to 1, where 1 is the best quality
+    int largestWidth = 0;            // pixels; what is wider is scaled down to this
+    double compressionFactor = 1.0;  // of JPEG, 0 to 1, where 1 is the best quality
 };
 
 // The size a picture is stored in: scaled down to the largest width with its height in proportion,

@@ -1,8 +1,8 @@
-#include "PictureUnderTest.h"
 #include "PrivateBus.h"
-#include "XServer.h"
 #include "platform/linux/LinuxProcesses.h"
 #include "platform/linux/LinuxScreen.h"
+#include "support/PictureUnderTest.h"
+#include "support/XServer.h"
 
 #include <chrono>
 #include <filesystem>
@@ -20,7 +20,7 @@ struct LinuxScreenTest : ::testing::Test {
     std::optional<std::string> capture() {
         LinuxScreen screen(processes);
         const auto start = std::chrono::steady_clock::now();
-        auto picture = screen.captureJPEG({});
+        auto picture = screen.captureJPEG({.largestWidth = 1024, .compressionFactor = 0.7});
         took = std::chrono::steady_clock::now() - start;
         return picture;
     }
@@ -64,13 +64,13 @@ TEST_F(LinuxScreenTest, TakesTheXDisplay) {
         {"640x480x16", {640, 480}, 0xF800, 0x011F},
     };
     for (const Case& c : cases) {
-        const auto server = XServer::start(c.screen);
+        const auto server = testing::XServer::start(c.screen);
         if (!server) GTEST_SKIP() << "no Xvfb";
         server->paint(c.left, c.right);
         const ScopedVariable display("DISPLAY", server->display().c_str());
         const auto file = capture();
         ASSERT_TRUE(file) << c.screen;
-        const PictureUnderTest picture(*file);
+        const testing::PictureUnderTest picture(*file);
         EXPECT_EQ(picture.format(), "jpeg");
         EXPECT_EQ(picture.size(), c.size) << c.screen;
         EXPECT_TRUE(picture.shows(20, 20, 0xFF0000)) << c.screen;
@@ -83,14 +83,14 @@ TEST_F(LinuxScreenTest, TakesTheXDisplay) {
 }
 
 TEST_F(LinuxScreenTest, ScreensWithATableOfColoursGiveNone) {
-    const auto server = XServer::start("640x480x8");
+    const auto server = testing::XServer::start("640x480x8");
     if (!server) GTEST_SKIP() << "no Xvfb, or none with such screens";
     const ScopedVariable display("DISPLAY", server->display().c_str());
     EXPECT_FALSE(capture());
 }
 
 TEST_F(LinuxScreenTest, ShowsTheXServerItsCookie) {
-    const auto server = XServer::start("320x200x24", "0123456789abcdef");
+    const auto server = testing::XServer::start("320x200x24", "0123456789abcdef");
     if (!server) GTEST_SKIP() << "no Xvfb";
     const ScopedVariable display("DISPLAY", server->display().c_str());
     {
@@ -102,7 +102,7 @@ TEST_F(LinuxScreenTest, ShowsTheXServerItsCookie) {
 }
 
 TEST_F(LinuxScreenTest, AnXServerThatHangsCostsTwoSeconds) {
-    const auto server = XServer::start("320x200x24");
+    const auto server = testing::XServer::start("320x200x24");
     if (!server) GTEST_SKIP() << "no Xvfb";
     const ScopedVariable display("DISPLAY", server->display().c_str());
     server->freeze();
@@ -112,7 +112,7 @@ TEST_F(LinuxScreenTest, AnXServerThatHangsCostsTwoSeconds) {
 }
 
 TEST_F(LinuxScreenTest, InAWaylandSessionTheProgramGrimIsAsked) {
-    const auto server = XServer::start("1600x100x24");
+    const auto server = testing::XServer::start("1600x100x24");
     if (!server) GTEST_SKIP() << "no Xvfb";
     server->paint(0x00FF00, 0x00FF00);
     std::string image;
@@ -129,8 +129,8 @@ TEST_F(LinuxScreenTest, InAWaylandSessionTheProgramGrimIsAsked) {
     installGrim("[ \"$*\" = '-t png -l 1 -' ] && exec cat '" + imageFile + "'");
     const auto picture = capture();
     ASSERT_TRUE(picture);
-    EXPECT_EQ(PictureUnderTest(*picture).size(), (PictureSize{1024, 64}));
-    EXPECT_TRUE(PictureUnderTest(*picture).shows(500, 30, 0x00FF00));
+    EXPECT_EQ(testing::PictureUnderTest(*picture).size(), (PictureSize{1024, 64}));
+    EXPECT_TRUE(testing::PictureUnderTest(*picture).shows(500, 30, 0x00FF00));
 
     installGrim("cat '" + imageFile + "'; exit 1");
     EXPECT_FALSE(capture());

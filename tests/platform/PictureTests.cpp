@@ -1,11 +1,13 @@
-#include "PictureUnderTest.h"
 #include "platform/linux/Picture.h"
 #include "platform/linux/X11Screen.h"
+#include "support/PictureUnderTest.h"
 
 #include <gtest/gtest.h>
 
 namespace larkspan::platform {
 namespace {
+
+constexpr PictureForm usual{.largestWidth = 1024, .compressionFactor = 0.7};
 
 RgbPixels filled(PictureSize size, char red, char green, char blue) {
     RgbPixels pixels{.size = size};
@@ -30,18 +32,19 @@ TEST(StoredSize, KeepsTheProportionsOfWhatIsTooWide) {
 }
 
 TEST(Picture, IsAJpegOfTheStoredSize) {
-    const auto wide = jpegOf(filled({2000, 500}, '\x20', '\x80', '\xF0'), {});
+    const auto wide = jpegOf(filled({2000, 500}, '\x20', '\x80', '\xF0'), usual);
     ASSERT_TRUE(wide);
-    const PictureUnderTest picture(*wide);
+    const testing::PictureUnderTest picture(*wide);
     EXPECT_EQ(picture.format(), "jpeg");
     EXPECT_EQ(picture.size(), (PictureSize{1024, 256}));
     EXPECT_TRUE(picture.shows(500, 100, 0x2080F0));
 
-    const auto fine = jpegOf(filled({40, 30}, 1, 2, 3), {.compressionFactor = 1});
-    EXPECT_EQ(PictureUnderTest(*fine).size(), (PictureSize{40, 30}));
+    const auto fine =
+        jpegOf(filled({40, 30}, 1, 2, 3), {.largestWidth = 1024, .compressionFactor = 1});
+    EXPECT_EQ(testing::PictureUnderTest(*fine).size(), (PictureSize{40, 30}));
     // Again, from the file.
     const auto again = jpegOfImage(*wide, {.largestWidth = 512});
-    EXPECT_EQ(PictureUnderTest(*again).size(), (PictureSize{512, 128}));
+    EXPECT_EQ(testing::PictureUnderTest(*again).size(), (PictureSize{512, 128}));
 }
 
 TEST(Picture, TheFactorDecidesAboutItsSize) {
@@ -51,20 +54,21 @@ TEST(Picture, TheFactorDecidesAboutItsSize) {
         seed = seed * 1103515245U + 12345U;
         noise.bytes.push_back(static_cast<char>(seed >> 16));
     }
-    const size_t usual = jpegOf(noise, {})->size();
-    EXPECT_LT(jpegOf(noise, {.compressionFactor = 0.1})->size(), usual);
-    EXPECT_GT(jpegOf(noise, {.compressionFactor = 1})->size(), usual);
-    EXPECT_EQ(jpegOf(noise, {.compressionFactor = 7}), jpegOf(noise, {.compressionFactor = 1}));
+    const size_t usualSize = jpegOf(noise, usual)->size();
+    EXPECT_LT(jpegOf(noise, {.largestWidth = 1024, .compressionFactor = 0.1})->size(), usualSize);
+    EXPECT_GT(jpegOf(noise, {.largestWidth = 1024, .compressionFactor = 1})->size(), usualSize);
+    EXPECT_EQ(jpegOf(noise, {.largestWidth = 1024, .compressionFactor = 7}),
+              jpegOf(noise, {.largestWidth = 1024, .compressionFactor = 1}));
 }
 
 TEST(Picture, ThereIsNoneOfWhatIsNoImage) {
     for (const PictureSize size : {PictureSize{}, {2, 2}, {-1, -4}, {1 << 30, 1 << 30}}) {
-        EXPECT_FALSE(jpegOf({.size = size, .bytes = "123"}, {}));
+        EXPECT_FALSE(jpegOf({.size = size, .bytes = "123"}, usual));
     }
-    const std::string whole = *jpegOf(filled({8, 8}, 1, 2, 3), {});
-    EXPECT_TRUE(jpegOfImage(whole, {}));
+    const std::string whole = *jpegOf(filled({8, 8}, 1, 2, 3), usual);
+    EXPECT_TRUE(jpegOfImage(whole, usual));
     for (const std::string& file : {std::string(), std::string("text"), whole.substr(0, 20)}) {
-        EXPECT_FALSE(jpegOfImage(file, {})) << file.size();
+        EXPECT_FALSE(jpegOfImage(file, usual)) << file.size();
     }
 }
 

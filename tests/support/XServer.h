@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace larkspan::platform {
+namespace larkspan::testing {
 
 // An X server of the test's own without a screen to be seen, in a process that ends with it.
 class XServer {
@@ -32,9 +32,9 @@ class XServer {
     XServer() = default;
     void run(std::vector<std::string> arguments);
 
-    larkspan::testing::TemporaryFolder folder_;
+    TemporaryFolder folder_;
     std::string number_;
     int process_ = 0;
 };
 
-}  // namespace larkspan::platform
+}  // namespace larkspan::testing

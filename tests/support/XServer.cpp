@@ -1,4 +1,4 @@
-#include "XServer.h"
+#include "support/XServer.h"
 
 #include "platform/posix/FileDescriptor.h"
 
@@ -13,7 +13,7 @@
 #include <unistd.h>
 #include <xcb/xcb.h>
 
-namespace larkspan::platform {
+namespace larkspan::testing {
 namespace {
 
 void putCounted(std::ofstream& file, const std::string& text) {
@@ -48,8 +48,8 @@ std::unique_ptr<XServer> XServer::start(const std::string& screen, const std::st
 void XServer::run(std::vector<std::string> arguments) {
     int ends[2];
     if (::pipe(ends) != 0) throw std::runtime_error("no pipe");
-    const FileDescriptor told(ends[0]);
-    FileDescriptor telling(ends[1]);
+    const platform::FileDescriptor told(ends[0]);
+    platform::FileDescriptor telling(ends[1]);
     arguments.insert(arguments.end(), {"-displayfd", std::to_string(telling.get())});
     std::vector<char*> pointers;
     for (std::string& argument : arguments) pointers.push_back(argument.data());
@@ -98,4 +98,4 @@ void XServer::freeze() const {
     ::waitpid(process_, nullptr, WUNTRACED);
 }
 
-}  // namespace larkspan::platform
+}  // namespace larkspan::testing

@@ -9,7 +9,7 @@
 
 #include <gdk-pixbuf/gdk-pixbuf.h>
 
-namespace larkspan::platform {
+namespace larkspan::testing {
 
 // A picture file opened for looking at single pixels.
 class PictureUnderTest {
@@ -22,9 +22,9 @@ class PictureUnderTest {
 
     std::string format() const {
         GdkPixbufFormat* format = gdk_pixbuf_loader_get_format(loader_.get());
-        return format ? TextHandle(gdk_pixbuf_format_get_name(format)).get() : "";
+        return format ? platform::TextHandle(gdk_pixbuf_format_get_name(format)).get() : "";
     }
-    PictureSize size() const {
+    platform::PictureSize size() const {
         GdkPixbuf* picture = gdk_pixbuf_loader_get_pixbuf(loader_.get());
         if (!picture) return {};
         return {.width = gdk_pixbuf_get_width(picture), .height = gdk_pixbuf_get_height(picture)};
@@ -44,7 +44,7 @@ class PictureUnderTest {
     }
 
   private:
-    GObjectHandle<GdkPixbufLoader> loader_;
+    platform::GObjectHandle<GdkPixbufLoader> loader_;
 };
 
-}  // namespace larkspan::platform
+}  // namespace larkspan::testing
