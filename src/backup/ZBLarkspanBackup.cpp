@@ -1,5 +1,6 @@
 #include "backup/ZBLarkspanBackup.h"
 
+#include "backup/Screenshots.h"
 #include "host/ZBAppleEvents.h"
 #include "kit/Identifiers.h"
 #include "kit/Preferences.h"
@@ -31,10 +32,7 @@ ZBLarkspanBackup::ZBLarkspanBackup()
     : list_(current().files, current().clock),
       copy_(state_, [this](const Path& version) { uploadFileToCloud(version); }),
       renditions_(xmlFromFinalCut),
-      backup_(state_, copy_, renditions_,
-              [this](const Path& folder, const std::string& name, VersionNumber number) {
-                  takeScreenshot(folder, name, number);
-              }),
+      backup_(state_, copy_, renditions_, takeScreenshot),
       batch_(state_, list_,
              {.backupProject =
                   [this](const Path& project, const Path& versions, VersionNumber number,
@@ -118,7 +116,10 @@ std::optional<Value::Dictionary> ZBLarkspanBackup::cacheForProject(const Path&) 
     return std::nullopt;
 }
 
-void ZBLarkspanBackup::takeScreenshot(const Path&, const std::string&, VersionNumber) {}
+void ZBLarkspanBackup::takeScreenshot(const Path& folder, const std::string& filename,
+                                      VersionNumber backupNumber) {
+    larkspan::takeScreenshot(folder, filename, backupNumber);
+}
 
 void ZBLarkspanBackup::uploadFileToCloud(const Path&) {}
 

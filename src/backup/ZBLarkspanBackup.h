@@ -60,6 +60,10 @@ class ZBLarkspanBackup {
     // The front-end's bundle; empty when it is not installed.
     static std::optional<Path> currentBundlePath();
 
+    // Stores a picture of the screen with a version, named after it, if the user wants one.
+    static void takeScreenshot(const Path& folder, const std::string& filename,
+                               VersionNumber backupNumber);
+
     // ---- old versions ----
 
     // Thins the versions of every project by the user's rules.
@@ -76,9 +80,6 @@ class ZBLarkspanBackup {
 
     // Will bring the change-list cache of a project up to date and return it; empty: there is none.
     std::optional<Value::Dictionary> cacheForProject(const Path& projectFolder);
-    // Will store a picture of the screen with a version, named after it.
-    void takeScreenshot(const Path& folder, const std::string& filename,
-                        VersionNumber backupNumber);
     // Will hand a new version to the cloud when synchronisation is on.
     void uploadFileToCloud(const Path& version);
     // Will remove the copies of versions in the cloud.

@@ -18,6 +18,7 @@ class Machine;
 class MainThread;
 class Privileges;
 class Processes;
+class Screen;
 class SessionEvents;
 class StandardPlaces;
 class Trash;
@@ -42,6 +43,7 @@ struct Platform {
     MainThread& mainThread;
     Privileges& privileges;
     Processes& processes;
+    Screen& screen;
     SessionEvents& sessionEvents;
     StandardPlaces& places;
     FileStreams& streams;

@@ -80,6 +80,7 @@ class TaskFixture : public ::testing::Test {
                                 .mainThread = mainThread,
                                 .privileges = fake.privileges,
                                 .processes = processes,
+                                .screen = fake.screen,
                                 .sessionEvents = fake.sessionEvents,
                                 .places = places,
                                 .streams = fake.streams,

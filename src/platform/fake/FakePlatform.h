@@ -17,6 +17,7 @@
 #include "platform/fake/FakeMainThread.h"
 #include "platform/fake/FakePrivileges.h"
 #include "platform/fake/FakeProcesses.h"
+#include "platform/fake/FakeScreen.h"
 #include "platform/fake/FakeSessionEvents.h"
 #include "platform/fake/FakeStandardPlaces.h"
 #include "platform/fake/FakeTrash.h"
@@ -47,6 +48,7 @@ struct FakePlatform {
     FakeApplications applications;
     FakeAppleEvents appleEvents;
     FakeVolumes volumes;
+    FakeScreen screen;
     FakeSessionEvents sessionEvents;
     FakeUserNotifications userNotifications;
     FakeConnections connections{mainThread};
@@ -70,6 +72,7 @@ struct FakePlatform {
                        .mainThread = mainThread,
                        .privileges = privileges,
                        .processes = processes,
+                       .screen = screen,
                        .sessionEvents = sessionEvents,
                        .places = places,
                        .streams = streams,

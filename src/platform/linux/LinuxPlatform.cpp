@@ -12,6 +12,7 @@
 #include "platform/linux/LinuxMachine.h"
 #include "platform/linux/LinuxPrivileges.h"
 #include "platform/linux/LinuxProcesses.h"
+#include "platform/linux/LinuxScreen.h"
 #include "platform/linux/LinuxSessionEvents.h"
 #include "platform/linux/LinuxStandardPlaces.h"
 #include "platform/linux/LinuxTrash.h"
@@ -50,6 +51,7 @@ struct LinuxPlatform::Services {
     LinuxApplications applications{mainThread, bundles, places, processes};
     LinuxAppleEvents appleEvents;
     LinuxVolumes volumes{mainThread, places};
+    LinuxScreen screen{processes};
     LinuxSessionEvents sessionEvents{mainThread};
     LinuxUserNotifications userNotifications;
     LinuxConnections connections{mainThread};
@@ -69,6 +71,7 @@ struct LinuxPlatform::Services {
                       .mainThread = mainThread,
                       .privileges = privileges,
                       .processes = processes,
+                      .screen = screen,
                       .sessionEvents = sessionEvents,
                       .places = places,
                       .streams = streams,
