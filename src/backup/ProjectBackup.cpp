@@ -5,13 +5,13 @@
 #include "foundation/Text.h"
 #include "kit/Identifiers.h"
 #include "kit/Problems.h"
+#include "kit/ZBAlert.h"
 #include "kit/ZBFileManager.h"
 #include "kit/ZBGrowl.h"
 #include "kit/ZBLocalPaths.h"
 #include "kit/ZBLog.h"
 #include "platform/Bundles.h"
 #include "platform/Clock.h"
-#include "platform/Console.h"
 #include "platform/Files.h"
 #include "platform/Platform.h"
 
@@ -103,9 +103,11 @@ bool ProjectBackup::destinationIsUsable(const Path& toPath, const Preferences& p
     // The helper goes on, deliberately: the copy then fails with its own message, or lands on the
     // local disk rather than nowhere.
     if (!isFrontEnd()) return true;
-    current().console.report(
-        "Unable to backup. The destination drive is not mounted. Please mount the drive or change "
-        "the backup path in Preferences.");
+    (void)ZBAlert::alertSheetWithMessageText(
+        "Unable to backup",
+        "The destination drive is not mounted. Please mount the drive or change the backup path in "
+        "Preferences.",
+        ZBAlert::mainWindow());
     return false;
 }
 

@@ -107,6 +107,12 @@ int ZBAlert::timedAlertSheetWithMessageText(const AlertSheet& sheet,
     return alertSheetWithMessageText(sheet, nullptr, std::nullopt, Block::yes, alert);
 }
 
+std::shared_ptr<platform::Window> ZBAlert::mainWindow() {
+    std::shared_ptr<platform::Window> window;
+    (void)current().mainThread.performAndWait([&] { window = current().alerts.mainWindow(); });
+    return window;
+}
+
 void ZBAlert::alertSheetWithDictionary(const Value& request) {
     const auto suppressionBinding = textIn(request, "suppressionBinding");
     platform::AlertRequest shown{

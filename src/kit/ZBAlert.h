@@ -77,6 +77,9 @@ class ZBAlert : public ZBAlertDelegate, public std::enable_shared_from_this<ZBAl
     static int timedAlertSheetWithMessageText(const AlertSheet& sheet,
                                               std::chrono::seconds interval);
 
+    // The window over which this program's alerts are shown; null where it has none. Any thread.
+    static std::shared_ptr<platform::Window> mainWindow();
+
     ZBAlert() = default;
     ZBAlert(const ZBAlert&) = delete;
     ZBAlert& operator=(const ZBAlert&) = delete;
