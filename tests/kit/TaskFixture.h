@@ -65,7 +65,8 @@ class TaskFixture : public ::testing::Test {
     platform::LinuxMainThread mainThread;
     platform::LinuxFiles files;
     Processes processes;
-    platform::Platform platform{.applications = fake.applications,
+    platform::Platform platform{.appleEvents = fake.appleEvents,
+                                .applications = fake.applications,
                                 .bundles = fake.bundles,
                                 .clock = clock,
                                 .connections = fake.connections,
@@ -76,6 +77,7 @@ class TaskFixture : public ::testing::Test {
                                 .mainThread = mainThread,
                                 .privileges = fake.privileges,
                                 .processes = processes,
+                                .screen = fake.screen,
                                 .sessionEvents = fake.sessionEvents,
                                 .places = places,
                                 .streams = fake.streams,
