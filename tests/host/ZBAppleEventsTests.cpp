@@ -15,6 +15,7 @@ using platform::fourCharCode;
 using ::testing::ElementsAre;
 using testing::FakeFinalCut;
 using ::testing::IsEmpty;
+using ::testing::Optional;
 
 const Path cut("/Work/My Cut \xC3\xA9.fcp");
 const Path other("/Work/Other.fcp");
@@ -83,10 +84,10 @@ TEST_F(ZBAppleEventsTest, AProjectThatIsNotOpenIsNotAskedAbout) {
 
 TEST_F(ZBAppleEventsTest, ListsTheOpenProjectsInTheirOrder) {
     finalCut.launch();
-    EXPECT_THAT(*ZBAppleEvents::listOfOpenFCPProjects(), IsEmpty());
+    EXPECT_THAT(ZBAppleEvents::listOfOpenFCPProjects(), Optional(IsEmpty()));
     finalCut.open(other, {});
     finalCut.open(cut, {});
-    EXPECT_THAT(*ZBAppleEvents::listOfOpenFCPProjects(), ElementsAre(other, cut));
+    EXPECT_THAT(ZBAppleEvents::listOfOpenFCPProjects(), Optional(ElementsAre(other, cut)));
     // What is no reference to a file is left out.
     const auto reference = [](const std::string& data, const char* type = "fsrf") {
         return platform::AppleEventDescriptor{
@@ -102,9 +103,9 @@ TEST_F(ZBAppleEventsTest, ListsTheOpenProjectsInTheirOrder) {
         {.type = fourCharCode("reco"), .items = {reference(std::string(80, 'x'))}},
         {.type = fourCharCode("reco"), .items = {reference(valid, "utf8")}},
     };
-    EXPECT_THAT(*ZBAppleEvents::listOfOpenFCPProjects(), ElementsAre(other, cut));
+    EXPECT_THAT(ZBAppleEvents::listOfOpenFCPProjects(), Optional(ElementsAre(other, cut)));
     fake.appleEvents.declareMissing(other);
-    EXPECT_THAT(*ZBAppleEvents::listOfOpenFCPProjects(), ElementsAre(cut));
+    EXPECT_THAT(ZBAppleEvents::listOfOpenFCPProjects(), Optional(ElementsAre(cut)));
     EXPECT_THAT(reported(), IsEmpty());
     finalCut.answers = FakeFinalCut::Answers::withoutList;
     EXPECT_EQ(ZBAppleEvents::listOfOpenFCPProjects(), std::nullopt);
@@ -141,7 +142,8 @@ TEST_F(ZBAppleEventsTest, TakesWhateverTheApplicationGives) {
     }
     constexpr size_t large = 100'000'000;
     finalCut.project(cut).xml.assign(large, 'x');
-    EXPECT_EQ(ZBAppleEvents::getProjectXMLData(cut, LaunchFCP::no)->bytes.size(), large);
+    const auto data = ZBAppleEvents::getProjectXMLData(cut, LaunchFCP::no);
+    EXPECT_EQ(data ? data->bytes.size() : 0, large);
     finalCut.project(cut).xml = "not UTF-8: \xFF";
     EXPECT_TRUE(ZBAppleEvents::getProjectXMLData(cut, LaunchFCP::no));
     EXPECT_EQ(ZBAppleEvents::getProjectXML(cut), std::nullopt);

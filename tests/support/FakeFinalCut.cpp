@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <stdexcept>
-#include <utility>
 
 namespace larkspan::testing {
 
@@ -61,9 +60,9 @@ void FakeFinalCut::launch() {
     appleEvents_.setApplication("KeyG", [this](const AppleEvent& event) { return handle(event); });
 }
 
-void FakeFinalCut::open(const Path& path, Project project) {
+void FakeFinalCut::open(const Path& path, const Project& project) {
     launch();
-    projects_.try_emplace(path, std::move(project));
+    projects_.try_emplace(path, project);
     open_.push_back(path);
 }
 

@@ -32,7 +32,7 @@ class FakeFinalCut {
 
     void launch();
     // It runs, with that project open.
-    void open(const Path& path, Project project);
+    void open(const Path& path, const Project& project);
     Project& project(const Path& path) { return projects_.at(path); }
     bool isOpen(const Path& path) const;
 
