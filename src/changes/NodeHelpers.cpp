@@ -41,18 +41,21 @@ std::vector<std::string> uuidHistoryForNode(pugi::xml_node node) {
     return history;
 }
 
-pugi::xml_node realignedBaseNode(pugi::xml_node baseNode, pugi::xml_node newNode) {
-    const std::string_view wanted = xmltree::name(newNode);
-    for (const auto from : {baseNode, baseNode.parent()}) {
-        const auto behind = xmltree::following(from);
-        if (behind && xmltree::name(behind) == wanted) return behind;
+BaseRealignment::BaseRealignment(pugi::xml_node baseNode)
+    : baseNode_(baseNode),
+      behindNode_(xmltree::following(baseNode)),
+      behindParent_(xmltree::following(baseNode.parent())) {}
+
+pugi::xml_node BaseRealignment::nodeLike(pugi::xml_node newNode) const {
+    for (const auto behind : {behindNode_, behindParent_}) {
+        if (behind && xmltree::name(behind) == xmltree::name(newNode)) return behind;
     }
     return {};
 }
 
 pugi::xml_node nextBaseNode(pugi::xml_node baseNode, pugi::xml_node newNode) {
     if (xmltree::name(baseNode) != xmltree::name(newNode)) {
-        if (const auto behind = realignedBaseNode(baseNode, newNode)) return behind;
+        if (const auto behind = BaseRealignment(baseNode).nodeLike(newNode)) return behind;
     }
     return xmltree::previous(baseNode);
 }

@@ -22,8 +22,21 @@ std::vector<std::string> uuidHistoryForNode(pugi::xml_node node);
 // name, else the one before the base node, so that the walk stays where it is.
 pugi::xml_node nextBaseNode(pugi::xml_node baseNode, pugi::xml_node newNode);
 
-// The element with the new node's name that nextBaseNode finds behind the base node; none when the
-// walk stays.
-pugi::xml_node realignedBaseNode(pugi::xml_node baseNode, pugi::xml_node newNode);
+// What nextBaseNode looks at for one base node, looked up once: a walk that stays at a base node
+// asks for many new nodes.
+class BaseRealignment {
+  public:
+    BaseRealignment() = default;
+    explicit BaseRealignment(pugi::xml_node baseNode);
+
+    pugi::xml_node baseNode() const { return baseNode_; }
+    // The element with the new node's name behind the base node; none when the walk stays.
+    pugi::xml_node nodeLike(pugi::xml_node newNode) const;
+
+  private:
+    pugi::xml_node baseNode_;
+    pugi::xml_node behindNode_;
+    pugi::xml_node behindParent_;
+};
 
 }  // namespace larkspan

@@ -15,15 +15,15 @@ constexpr long oneHourOfDropFrames = 107'892;
 // Beyond it, counts (of damaged documents) stand still rather than overflow.
 constexpr long mostFrames = 1L << 60;
 
-struct Counting {
-    long timebase = usualTimebase;
-    long firstFrame = 0;
-    bool isDropFrame = true;
-};
+long bounded(long frames) {
+    return std::clamp(frames, -mostFrames, mostFrames);
+}
 
-Counting countingAround(pugi::xml_node node) {
+}  // namespace
+
+FrameCounting frameCountingAround(pugi::xml_node node) {
     using namespace xmltree;
-    Counting counting;
+    FrameCounting counting;
     const auto sequence = ancestor(node, "sequence");
     if (const auto timebase = child(child(sequence ? sequence : node, "rate"), "timebase")) {
         counting.timebase = integerValue(stringValue(timebase));
@@ -37,14 +37,11 @@ Counting countingAround(pugi::xml_node node) {
     return counting;
 }
 
-long bounded(long frames) {
-    return std::clamp(frames, -mostFrames, mostFrames);
+std::string timecodeFromFrames(std::string_view frames, pugi::xml_node withNode) {
+    return timecodeFromFrames(frames, frameCountingAround(withNode));
 }
 
-}  // namespace
-
-std::string timecodeFromFrames(std::string_view frames, pugi::xml_node withNode) {
-    const Counting counting = countingAround(withNode);
+std::string timecodeFromFrames(std::string_view frames, const FrameCounting& counting) {
     const long timebase = counting.timebase;
     long total = bounded(integerValue(frames)) + bounded(counting.firstFrame);
     if (counting.isDropFrame) {

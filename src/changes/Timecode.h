@@ -14,6 +14,15 @@ namespace larkspan {
 // counts as 30.
 std::string timecodeFromFrames(std::string_view frames, pugi::xml_node withNode);
 
+// The same in two steps, for many numbers at nodes of one sequence.
+struct FrameCounting {
+    long timebase = 30;  // frames in a second, not 0
+    long firstFrame = 0;
+    bool isDropFrame = true;
+};
+FrameCounting frameCountingAround(pugi::xml_node node);
+std::string timecodeFromFrames(std::string_view frames, const FrameCounting& counting);
+
 // The timecode of where an element starts: of its `start`, else its `in`, else of the first of
 // those anywhere below it.
 std::optional<std::string> startTimeForNode(pugi::xml_node node);

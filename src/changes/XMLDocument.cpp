@@ -58,13 +58,23 @@ std::optional<Error> XMLDocument::checkTop() const {
                               : "There is more than one root element.");
 }
 
+void XMLDocument::takeIdentifiers(pugi::xml_node element) {
+    // An identifier is a text; whatever holds elements under that name is none.
+    if (xmltree::name(element) == "uuid" && xmltree::isLeaf(element)) {
+        identifiers_.uuids.push_back(xmltree::stringValue(element));
+        uuidElements_.push_back(element);
+    }
+    if (const auto id = element.attribute("id")) {
+        identifiers_.ids.emplace_back(id.value());
+        idOwners_.push_back(element);
+    }
+}
+
 std::optional<Error> XMLDocument::gatherIdentifiers() {
     using namespace xmltree;
     size_t level = 1;
     for (auto node = root(); node;) {
-        // An identifier is a text; whatever holds elements under that name is none.
-        if (name(node) == "uuid" && isLeaf(node)) identifiers_.uuids.push_back(stringValue(node));
-        if (const auto id = node.attribute("id")) identifiers_.ids.emplace_back(id.value());
+        takeIdentifiers(node);
         if (const auto first = firstElement(node)) {
             if (++level > deepestLevel) {
                 return problem(messageText("Elements are nested deeper than %li levels.",

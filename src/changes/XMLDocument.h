@@ -41,6 +41,9 @@ class XMLDocument {
     pugi::xml_node root() const { return tree_.document_element(); }
 
     const IdentifierLists& identifiers() const { return identifiers_; }
+    // The elements that the entries of those lists belong to.
+    const std::vector<pugi::xml_node>& uuidElements() const { return uuidElements_; }
+    const std::vector<pugi::xml_node>& idOwners() const { return idOwners_; }
 
   private:
     explicit XMLDocument(std::string bytes) : bytes_(std::move(bytes)) {}
@@ -48,10 +51,13 @@ class XMLDocument {
     std::optional<Error> parse();
     std::optional<Error> checkTop() const;
     std::optional<Error> gatherIdentifiers();
+    void takeIdentifiers(pugi::xml_node element);
 
     std::string bytes_;  // the tree points into them
     pugi::xml_document tree_;
     IdentifierLists identifiers_;
+    std::vector<pugi::xml_node> uuidElements_;
+    std::vector<pugi::xml_node> idOwners_;
 };
 
 }  // namespace larkspan
