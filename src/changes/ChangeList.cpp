@@ -28,8 +28,8 @@ std::vector<std::string> finished(SentenceList sentences) {
 }
 
 ChangeSentences changeList(const Dialect& dialect, const XMLDocument* document,
-                           const XMLDocument* baseDoc, const IdentifierLists& oldLists,
-                           const IdentifierLists& newLists, const Cancellation& cancellation) {
+                           const XMLDocument* baseDoc, const ComparedLists& lists,
+                           const Cancellation& cancellation) {
     if (!document || !baseDoc) return std::vector<std::string>();
     if (areEqualTrees(*document, *baseDoc)) return {{"No change"}};
     ZBLog::appendLog("Getting changelist from XML doc...");
@@ -42,33 +42,38 @@ ChangeSentences changeList(const Dialect& dialect, const XMLDocument* document,
             return finished(std::move(sentences));
         }
     }
-    const IdentifierSet oldUUIDs(oldLists.uuids.begin(), oldLists.uuids.end());
-    const IdentifierSet oldIDs(oldLists.ids.begin(), oldLists.ids.end());
-    const IdentifierSet newUUIDs(newLists.uuids.begin(), newLists.uuids.end());
+    const IdentifierSet oldUUIDs(lists.oldUUIDList.begin(), lists.oldUUIDList.end());
+    const IdentifierSet oldIDs(lists.oldIDList.begin(), lists.oldIDList.end());
+    const IdentifierSet newUUIDs(lists.newUUIDList.begin(), lists.newUUIDList.end());
     const KnownElements known(oldUUIDs, oldIDs, baseDoc->root());
     NodeFacts facts(dialect.otherNameElement);
     SubClips subClips;
     LeafSentences leafSentences(dialect, {facts, subClips, newUUIDs});
     DiffWalk walk(dialect, known, leafSentences, facts, sentences);
     if (!walk.run(newFirst, baseFirst, cancellation)) return std::nullopt;
-    addRemovals(*baseDoc, oldLists, newLists, facts, sentences);
+    addRemovals(*baseDoc, lists, facts, sentences);
     return finished(std::move(sentences));
 }
 
 }  // namespace
 
+ComparedLists listsOf(const XMLDocument& document, const XMLDocument& baseDoc) {
+    return {.oldUUIDList = baseDoc.identifiers().uuids,
+            .oldIDList = baseDoc.identifiers().ids,
+            .newUUIDList = document.identifiers().uuids,
+            .newIDList = document.identifiers().ids};
+}
+
 ChangeSentences changeListForFCPXMLDoc(const XMLDocument* document, const XMLDocument* baseDoc,
-                                       const IdentifierLists& oldLists,
-                                       const IdentifierLists& newLists,
+                                       const ComparedLists& lists,
                                        const Cancellation& cancellation) {
-    return changeList(finalCutDialect(), document, baseDoc, oldLists, newLists, cancellation);
+    return changeList(finalCutDialect(), document, baseDoc, lists, cancellation);
 }
 
 ChangeSentences changeListForPremiereXMLDoc(const XMLDocument* document, const XMLDocument* baseDoc,
-                                            const IdentifierLists& oldLists,
-                                            const IdentifierLists& newLists,
+                                            const ComparedLists& lists,
                                             const Cancellation& cancellation) {
-    return changeList(premiereDialect(), document, baseDoc, oldLists, newLists, cancellation);
+    return changeList(premiereDialect(), document, baseDoc, lists, cancellation);
 }
 
 }  // namespace larkspan

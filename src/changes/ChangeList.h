@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -16,27 +17,35 @@ struct Cancellation {
     std::function<void()> endProgress = {};  // told once it stops
 };
 
+// The identifier lists of a comparison: those of its two documents or, for the old side, what the
+// caller remembers of it.
+struct ComparedLists {
+    std::span<const std::string> oldUUIDList = {};
+    std::span<const std::string> oldIDList = {};
+    std::span<const std::string> newUUIDList = {};
+    std::span<const std::string> newIDList = {};
+};
+ComparedLists listsOf(const XMLDocument& document, const XMLDocument& baseDoc);
+
 // The sentences about what changed from `baseDoc` to `document`, in the order of the new document,
 // then what was removed. A single "No change" or "No notable changes" where there is nothing to
-// say, nothing at all when a document is missing; empty when it was cancelled. The lists are those
-// of the two documents or, for the old side, what the caller remembers of it. One thread for each
+// say, nothing at all when a document is missing; empty when it was cancelled. One thread for each
 // comparison.
 using ChangeSentences = std::optional<std::vector<std::string>>;
 
 ChangeSentences changeListForFCPXMLDoc(const XMLDocument* document, const XMLDocument* baseDoc,
-                                       const IdentifierLists& oldLists,
-                                       const IdentifierLists& newLists,
+                                       const ComparedLists& lists,
                                        const Cancellation& cancellation = {});
 ChangeSentences changeListForPremiereXMLDoc(const XMLDocument* document, const XMLDocument* baseDoc,
-                                            const IdentifierLists& oldLists,
-                                            const IdentifierLists& newLists,
+                                            const ComparedLists& lists,
                                             const Cancellation& cancellation = {});
 
-// The sentence about one changed leaf; none when it is not worth one, or when cancelled. What no
-// rule knows is logged, too.
-Sentence changeStringFromFCPNode(const ChangedLeaf& leaf, const IdentifierLists& newLists,
+// The sentence about one changed leaf; none when it is not worth one, or when cancelled. The list
+// is the new document's. What no rule knows is logged, too.
+Sentence changeStringFromFCPNode(const ChangedLeaf& leaf, std::span<const std::string> withUUIDList,
                                  const Cancellation& cancellation = {});
-Sentence changeStringFromPremiereNode(const ChangedLeaf& leaf, const IdentifierLists& newLists,
+Sentence changeStringFromPremiereNode(const ChangedLeaf& leaf,
+                                      std::span<const std::string> withUUIDList,
                                       const Cancellation& cancellation = {});
 
 }  // namespace larkspan

@@ -7,13 +7,13 @@ namespace larkspan {
 namespace {
 
 Sentence oneSentence(const Dialect& dialect, const ChangedLeaf& leaf,
-                     const IdentifierLists& newLists, const Cancellation& cancellation) {
+                     std::span<const std::string> withUUIDList, const Cancellation& cancellation) {
     if (cancellation.isWanted && cancellation.isWanted()) {
         if (cancellation.endProgress) cancellation.endProgress();
         return std::nullopt;
     }
     NodeFacts facts(dialect.otherNameElement);
-    const IdentifierSet uuids(newLists.uuids.begin(), newLists.uuids.end());
+    const IdentifierSet uuids(withUUIDList.begin(), withUUIDList.end());
     SubClips subClips;
     return LeafSentences(dialect, {facts, subClips, uuids}).about(leaf);
 }
@@ -35,14 +35,15 @@ Sentence LeafSentences::aboutUnknown(const ChangedLeaf& leaf) {
     return sentence("%@ changed to %@", name, std::string(leaf.nodeValue));
 }
 
-Sentence changeStringFromFCPNode(const ChangedLeaf& leaf, const IdentifierLists& newLists,
+Sentence changeStringFromFCPNode(const ChangedLeaf& leaf, std::span<const std::string> withUUIDList,
                                  const Cancellation& cancellation) {
-    return oneSentence(finalCutDialect(), leaf, newLists, cancellation);
+    return oneSentence(finalCutDialect(), leaf, withUUIDList, cancellation);
 }
 
-Sentence changeStringFromPremiereNode(const ChangedLeaf& leaf, const IdentifierLists& newLists,
+Sentence changeStringFromPremiereNode(const ChangedLeaf& leaf,
+                                      std::span<const std::string> withUUIDList,
                                       const Cancellation& cancellation) {
-    return oneSentence(premiereDialect(), leaf, newLists, cancellation);
+    return oneSentence(premiereDialect(), leaf, withUUIDList, cancellation);
 }
 
 }  // namespace larkspan

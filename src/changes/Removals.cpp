@@ -4,19 +4,20 @@
 #include "changes/CharacterReference.h"
 #include "changes/NodeHelpers.h"
 #include "changes/ZBXMLParser.h"
-#include "platform/Console.h"
-#include "platform/Platform.h"
+#include "kit/ConsoleReport.h"
 
 #include <optional>
+#include <string>
 #include <unordered_map>
+#include <vector>
 
 namespace larkspan {
 namespace {
 
 using Index = std::unordered_map<std::string_view, pugi::xml_node>;
 
-std::vector<const std::string*> missing(const std::vector<std::string>& oldList,
-                                        const std::vector<std::string>& newList) {
+std::vector<const std::string*> missing(std::span<const std::string> oldList,
+                                        std::span<const std::string> newList) {
     const IdentifierSet kept(newList.begin(), newList.end());
     std::vector<const std::string*> removed;
     for (const std::string& identifier : oldList) {
@@ -54,17 +55,15 @@ class RemovalPass {
   public:
     RemovalPass(NodeFacts& facts, SentenceList& sentences) : facts_(facts), sentences_(sentences) {}
 
-    // `errorText` begins the line about an identifier that cannot be asked for; `element` gives
-    // what was removed for what the index holds.
-    template <class Element>
+    // `element` gives what was removed for what the index holds; `reportUnaskable` takes the
+    // description of an identifier that cannot be asked for.
+    template <class Element, class Report>
     void add(const std::vector<const std::string*>& removed, const Index& index,
-             const char* errorText, Element element) {
+             Report reportUnaskable, Element element) {
         for (const std::string* identifier : removed) {
             const auto wanted = askedFor(*identifier);
             if (!wanted) {
-                platform::Platform::current().console.report(
-                    errorText + ("The identifier " + cutForShowing(*identifier)) +
-                    " cannot be asked for.");
+                reportUnaskable("no query can ask for " + cutForShowing(*identifier));
                 continue;
             }
             const auto found = index.find(*wanted);
@@ -89,14 +88,19 @@ pugi::xml_node identifiedElement(pugi::xml_node uuid) {
 
 }  // namespace
 
-void addRemovals(const XMLDocument& baseDoc, const IdentifierLists& oldLists,
-                 const IdentifierLists& newLists, NodeFacts& facts, SentenceList& sentences) {
+void addRemovals(const XMLDocument& baseDoc, const ComparedLists& lists, NodeFacts& facts,
+                 SentenceList& sentences) {
     RemovalPass pass(facts, sentences);
-    if (const auto removed = missing(oldLists.uuids, newLists.uuids); !removed.empty()) {
-        pass.add(removed, uuidIndex(baseDoc), "err: ", identifiedElement);
+    if (const auto removed = missing(lists.oldUUIDList, lists.newUUIDList); !removed.empty()) {
+        pass.add(
+            removed, uuidIndex(baseDoc),
+            [](const std::string& why) { reportToConsole("err: %@", why); }, identifiedElement);
     }
-    if (const auto removed = missing(oldLists.ids, newLists.ids); !removed.empty()) {
-        pass.add(removed, idIndex(baseDoc), "err2: ", [](pugi::xml_node owner) { return owner; });
+    if (const auto removed = missing(lists.oldIDList, lists.newIDList); !removed.empty()) {
+        pass.add(
+            removed, idIndex(baseDoc),
+            [](const std::string& why) { reportToConsole("err2: %@", why); },
+            [](pugi::xml_node owner) { return owner; });
     }
 }
 

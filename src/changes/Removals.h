@@ -1,11 +1,9 @@
 #pragma once
 
+#include "changes/ChangeList.h"
 #include "changes/NodeFacts.h"
 #include "changes/Sentence.h"
 #include "changes/XMLDocument.h"
-
-#include <string>
-#include <vector>
 
 namespace larkspan {
 
@@ -13,7 +11,7 @@ namespace larkspan {
 // by uuid, then by id, in the old lists' order and as often as they stand there. What is removed
 // with a uuid and an id is reported by both, deliberately: lists have always been counted so. An
 // identifier that cannot be asked for is reported on the console.
-void addRemovals(const XMLDocument& baseDoc, const IdentifierLists& oldLists,
-                 const IdentifierLists& newLists, NodeFacts& facts, SentenceList& sentences);
+void addRemovals(const XMLDocument& baseDoc, const ComparedLists& lists, NodeFacts& facts,
+                 SentenceList& sentences);
 
 }  // namespace larkspan

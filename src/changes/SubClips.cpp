@@ -1,15 +1,10 @@
 #include "changes/SubClips.h"
 
 #include "changes/XMLTree.h"
-#include "platform/Console.h"
-#include "platform/Platform.h"
+#include "kit/ConsoleReport.h"
 
 namespace larkspan {
 namespace {
-
-void report(const std::string& line) {
-    platform::Platform::current().console.report(line);
-}
 
 Field attribute(pugi::xml_node node, const char* name) {
     const auto found = node.attribute(name);
@@ -19,7 +14,7 @@ Field attribute(pugi::xml_node node, const char* name) {
 Field nameOf(pugi::xml_node subClip) {
     const auto name = xmltree::childText(subClip, "Name");
     if (!name) return std::nullopt;
-    report("subclip: " + cutForShowing(*name));
+    reportToConsole("subclip: %@", cutForShowing(*name));
     return std::string(*name);
 }
 
@@ -45,7 +40,7 @@ void SubClips::lookThrough(pugi::xml_node document) {
 }
 
 Field SubClips::nameForClip(pugi::xml_node clip) {
-    report("parenttype: " + std::string(clip.name()));
+    reportToConsole("parenttype: %@", clip.name());
     const auto id = attribute(clip, "ObjectID");
     if (!id) return std::nullopt;
     lookThrough(clip.root());
@@ -56,7 +51,7 @@ Field SubClips::nameForClip(pugi::xml_node clip) {
 Field SubClips::nameForTrackItem(pugi::xml_node item) {
     const auto id = attribute(xmltree::child(item, "SubClip"), "ObjectRef");
     if (!id) return std::nullopt;
-    report("subclip id: " + cutForShowing(*id));
+    reportToConsole("subclip id: %@", cutForShowing(*id));
     lookThrough(item.root());
     for (auto parent = item.parent(); parent; parent = parent.parent()) {
         const auto found = byObjectID_.find(key(parent, *id));

@@ -14,7 +14,7 @@ constexpr unsigned parseOptions = pugi::parse_default | pugi::parse_pi | pugi::p
                                   pugi::parse_fragment | pugi::parse_embed_pcdata;
 
 Error problem(std::string description) {
-    return {"XMLDocumentErrorDomain", 1, std::move(description)};
+    return {xmlDocumentErrorDomain, 1, std::move(description)};
 }
 
 }  // namespace

@@ -16,6 +16,9 @@ struct IdentifierLists {
     std::vector<std::string> ids;
 };
 
+// Of errors that say why bytes are no document.
+inline constexpr const char* xmlDocumentErrorDomain = "XMLDocumentErrorDomain";
+
 // A parsed XML document, which never changes. White-space-only text is not part of it. Owned by who
 // holds the pointer; nodes live as long. Read by any number of threads.
 class XMLDocument {

@@ -27,7 +27,7 @@ class ChangeListTest : public FakePlatformTest {
     static Sentences made(Differ differ, const std::string& oldText, const std::string& newText) {
         const auto oldDoc = parsed(oldText);
         const auto newDoc = parsed(newText);
-        return differ(newDoc.get(), oldDoc.get(), oldDoc->identifiers(), newDoc->identifiers(), {})
+        return differ(newDoc.get(), oldDoc.get(), listsOf(*newDoc, *oldDoc), {})
             .value_or(Sentences{"(cancelled)"});
     }
 };

@@ -202,8 +202,8 @@ TEST_F(ChangeListTests, Frames) {
         EXPECT_EQ(changes(oldText, newText), expected) << oldText << " " << newText;
     }
     const auto document = parsed("<x/>");
-    EXPECT_EQ(changeListForFCPXMLDoc(nullptr, document.get(), {}, {}), Sentences{});
-    EXPECT_EQ(changeListForFCPXMLDoc(document.get(), nullptr, {}, {}), Sentences{});
+    EXPECT_EQ(changeListForFCPXMLDoc(nullptr, document.get(), {}), Sentences{});
+    EXPECT_EQ(changeListForFCPXMLDoc(document.get(), nullptr, {}), Sentences{});
 }
 
 TEST_F(ChangeListTests, TheWalkFindsTheOldDocumentAgain) {
@@ -241,7 +241,7 @@ TEST_F(ChangeListTests, CancellingGivesNoList) {
         int asked = 0;
         int ended = 0;
         const Cancellation cancellation{[&] { return asked++ == steps; }, [&] { ++ended; }};
-        const auto list = changeListForFCPXMLDoc(document.get(), other.get(), {}, {}, cancellation);
+        const auto list = changeListForFCPXMLDoc(document.get(), other.get(), {}, cancellation);
         EXPECT_EQ(list.has_value(), steps == 4) << steps;
         EXPECT_EQ(ended, list ? 0 : 1) << steps;
     }

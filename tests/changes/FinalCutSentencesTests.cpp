@@ -316,9 +316,9 @@ TEST_F(FinalCutSentencesTest, ASequenceThatTheNewListsDoNotKnowIsAdded) {
                            .nodeParentName = "sequence",
                            .oldNode = node,
                            .oldValue = "A"};
+    const std::vector<std::string> uuids{"S"};
     EXPECT_EQ(changeStringFromFCPNode(leaf, {}), "Sequence added: B");
-    EXPECT_EQ(changeStringFromFCPNode(leaf, {.uuids = {"S"}, .ids = {}}),
-              "Sequence name changed to B");
+    EXPECT_EQ(changeStringFromFCPNode(leaf, uuids), "Sequence name changed to B");
     bool ended = false;
     const Cancellation cancelled{[] { return true; }, [&] { ended = true; }};
     EXPECT_EQ(changeStringFromFCPNode(leaf, {}, cancelled), std::nullopt);
