@@ -138,7 +138,7 @@ check_tidy() {
 check_portability() {
     say "Portability: clang++-16 with libc++ over the portable folders."
     portable_flags="$(grep -oE -- '-W[a-z][a-z0-9=-]*' cmake/Warnings.cmake | grep -v '^-Wno-' |
-        tr '\n' ' ')$(pkg-config --cflags libplist-2.0)"
+        tr '\n' ' ')$(pkg-config --cflags libplist-2.0 pugixml zlib)"
     export portable_flags
     portable_sources | check_changed portability portable_one \
         "$portable_flags $(clang++-16 --version | head -n 1)"

@@ -35,25 +35,6 @@ Decoded decodeFirst(std::string_view text) {
     return {point, length};
 }
 
-void appendUtf8(std::string& out, char32_t point) {
-    const auto put = [&](char32_t bits) { out.push_back(static_cast<char>(bits)); };
-    if (point < 0x80) {
-        put(point);
-    } else if (point < 0x800) {
-        put(0xC0 | (point >> 6));
-        put(0x80 | (point & 0x3F));
-    } else if (point < 0x10000) {
-        put(0xE0 | (point >> 12));
-        put(0x80 | ((point >> 6) & 0x3F));
-        put(0x80 | (point & 0x3F));
-    } else {
-        put(0xF0 | (point >> 18));
-        put(0x80 | ((point >> 12) & 0x3F));
-        put(0x80 | ((point >> 6) & 0x3F));
-        put(0x80 | (point & 0x3F));
-    }
-}
-
 // Case rules that do not follow the user's locale.
 locale_t caseLocale() {
     static const locale_t locale = [] {
@@ -68,6 +49,11 @@ locale_t caseLocale() {
 char32_t lowerCase(char32_t point) {
     if (point < 0x80) return point >= 'A' && point <= 'Z' ? point + 32 : point;
     return static_cast<char32_t>(towlower_l(static_cast<wint_t>(point), caseLocale()));
+}
+
+char32_t upperCase(char32_t point) {
+    if (point < 0x80) return point >= 'a' && point <= 'z' ? point - 32 : point;
+    return static_cast<char32_t>(towupper_l(static_cast<wint_t>(point), caseLocale()));
 }
 
 bool isAscii(std::string_view text) {
@@ -88,6 +74,15 @@ std::string_view trimmed(std::string_view text) {
     const size_t first = text.find_first_not_of(blanks);
     if (first == std::string_view::npos) return {};
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+std::string withUpperFirst(std::string_view text) {
+    std::string out;
+    if (text.empty()) return out;
+    const Decoded first = decodeFirst(text);
+    if (first.codePoint == strayByte) return std::string(text);
+    appendUtf8(out, upperCase(first.codePoint));
+    return out.append(text.substr(first.length));
 }
 
 std::string lowercased(std::string_view text) {
@@ -178,6 +173,30 @@ bool isValidUtf8(std::string_view text) {
         text.remove_prefix(next.length);
     }
     return true;
+}
+
+FirstCharacter firstCharacter(std::string_view text) {
+    const Decoded first = decodeFirst(text);
+    return {first.codePoint == strayByte ? U'\uFFFD' : first.codePoint, first.length};
+}
+
+void appendUtf8(std::string& out, char32_t point) {
+    const auto put = [&](char32_t bits) { out.push_back(static_cast<char>(bits)); };
+    if (point < 0x80) {
+        put(point);
+    } else if (point < 0x800) {
+        put(0xC0 | (point >> 6));
+        put(0x80 | (point & 0x3F));
+    } else if (point < 0x10000) {
+        put(0xE0 | (point >> 12));
+        put(0x80 | ((point >> 6) & 0x3F));
+        put(0x80 | (point & 0x3F));
+    } else {
+        put(0xF0 | (point >> 18));
+        put(0x80 | ((point >> 12) & 0x3F));
+        put(0x80 | ((point >> 6) & 0x3F));
+        put(0x80 | (point & 0x3F));
+    }
 }
 
 std::string sanitizedUtf8(std::string_view text) {

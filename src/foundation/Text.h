@@ -15,6 +15,9 @@ std::string_view trimmed(std::string_view text);
 // Lower case of every letter, not only of the ASCII ones.
 std::string lowercased(std::string_view text);
 
+// The text with the case of its first letter raised and everything behind it as it was.
+std::string withUpperFirst(std::string_view text);
+
 // Negative, 0 or positive as `a` stands before, with or after `b` when case is ignored.
 int caseInsensitiveCompare(std::string_view a, std::string_view b);
 
@@ -37,6 +40,17 @@ long integerValue(std::string_view text);
 size_t characterCount(std::string_view text);
 
 bool isValidUtf8(std::string_view text);
+
+// The code point that the text begins with, and how many bytes it takes; U+FFFD and 1 for a byte
+// that is not UTF-8. The text must not be empty.
+struct FirstCharacter {
+    char32_t codePoint;
+    size_t length;
+};
+FirstCharacter firstCharacter(std::string_view text);
+
+// Adds a code point to a text.
+void appendUtf8(std::string& out, char32_t point);
 
 // The text with every byte that is not UTF-8 replaced by U+FFFD, for readers that insist.
 std::string sanitizedUtf8(std::string_view text);

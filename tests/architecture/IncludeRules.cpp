@@ -41,7 +41,8 @@ constexpr std::array confinedHeaders = {
     Confined{"glib", "platform/linux"},        Confined{"gio/", "platform/linux"},
     Confined{"gobject/", "platform/linux"},    Confined{"gmodule", "platform/linux"},
     Confined{"gdk-pixbuf/", "platform/linux"}, Confined{"plist/", "foundation"},
-    Confined{"filesystem", "platform"},
+    Confined{"filesystem", "platform"},        Confined{"pugi", "changes"},
+    Confined{"zlib", "changes"},
 };
 
 bool isBelow(std::string_view path, std::string_view folder) {

@@ -1,0 +1,52 @@
+#include "changes/DocumentFile.h"
+
+#include "changes/Gzip.h"
+#include "platform/Files.h"
+#include "platform/Platform.h"
+
+#include <future>
+
+namespace larkspan {
+namespace {
+
+// Several times what is compared at all, so that renditions of small projects never fail by it.
+constexpr size_t largestFile = size_t{512} * 1024 * 1024;
+
+Result<std::string> bytesOf(const Path& file) {
+    return platform::Platform::current().files.readFile(file, largestFile);
+}
+
+LoadedDocument loadProjectDocument(const Path& file) {
+    Result<std::string> bytes = bytesOf(file);
+    if (bytes && isGzip(*bytes)) bytes = gunzipped(*bytes, largestFile);
+    if (!bytes) return bytes.error();
+    return XMLDocument::read(*std::move(bytes));
+}
+
+LoadedPair loadBoth(LoadedDocument (*load)(const Path&), const Path& newFile, const Path& oldFile) {
+    auto oldDoc = std::async(std::launch::async, load, std::cref(oldFile));
+    LoadedDocument newDoc = load(newFile);
+    return {std::move(newDoc), oldDoc.get()};
+}
+
+}  // namespace
+
+LoadedDocument loadDocument(const Path& file) {
+    Result<std::string> bytes = bytesOf(file);
+    if (!bytes) return bytes.error();
+    return XMLDocument::read(*std::move(bytes));
+}
+
+LoadedPair loadDocuments(const Path& newFile, const Path& oldFile) {
+    return loadBoth(loadDocument, newFile, oldFile);
+}
+
+LoadedPair loadProjectDocuments(const Path& newFile, const Path& oldFile) {
+    return loadBoth(loadProjectDocument, newFile, oldFile);
+}
+
+bool isPremiereProject(const XMLDocument& document) {
+    return xmltree::name(document.root()) == "PremiereData";
+}
+
+}  // namespace larkspan

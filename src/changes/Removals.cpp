@@ -1,0 +1,107 @@
+#include "changes/Removals.h"
+
+#include "changes/ChangedLeaf.h"
+#include "changes/CharacterReference.h"
+#include "changes/NodeHelpers.h"
+#include "changes/ZBXMLParser.h"
+#include "kit/ConsoleReport.h"
+
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace larkspan {
+namespace {
+
+using Index = std::unordered_map<std::string_view, pugi::xml_node>;
+
+std::vector<const std::string*> missing(std::span<const std::string> oldList,
+                                        std::span<const std::string> newList) {
+    const IdentifierSet kept(newList.begin(), newList.end());
+    std::vector<const std::string*> removed;
+    for (const std::string& identifier : oldList) {
+        if (!kept.contains(identifier)) removed.push_back(&identifier);
+    }
+    return removed;
+}
+
+// The first element for each text that stands in a `uuid`, and for each `id`.
+Index uuidIndex(const XMLDocument& document) {
+    Index index;
+    for (const pugi::xml_node element : document.uuidElements()) {
+        if (*element.value() != '\0') index.try_emplace(element.value(), element);
+        for (const pugi::xml_node text : element.children()) {
+            if (xmltree::isText(text)) index.try_emplace(text.value(), element);
+        }
+    }
+    return index;
+}
+
+Index idIndex(const XMLDocument& document) {
+    Index index;
+    const auto& ids = document.identifiers().ids;
+    for (size_t at = 0; at < ids.size(); ++at) index.try_emplace(ids[at], document.idOwners()[at]);
+    return index;
+}
+
+// What a query for an identifier in double quotes asks for; empty when that is no query.
+std::optional<std::string> askedFor(const std::string& identifier) {
+    if (identifier.find('"') != std::string::npos) return std::nullopt;
+    return resolvingReferences(ZBXMLParser::escapeQueryString(identifier));
+}
+
+class RemovalPass {
+  public:
+    RemovalPass(NodeFacts& facts, SentenceList& sentences) : facts_(facts), sentences_(sentences) {}
+
+    // `element` gives what was removed for what the index holds; `reportUnaskable` takes the
+    // description of an identifier that cannot be asked for.
+    template <class Element, class Report>
+    void add(const std::vector<const std::string*>& removed, const Index& index,
+             Report reportUnaskable, Element element) {
+        for (const std::string* identifier : removed) {
+            const auto wanted = askedFor(*identifier);
+            if (!wanted) {
+                reportUnaskable("no query can ask for " + cutForShowing(*identifier));
+                continue;
+            }
+            const auto found = index.find(*wanted);
+            if (found != index.end()) addSentence(element(found->second));
+        }
+    }
+
+  private:
+    void addSentence(pugi::xml_node element) {
+        if (!element) return;
+        sentences_.add(sentence("%@ %@ removed", typeOfNode(element), facts_.name(element)));
+    }
+
+    NodeFacts& facts_;
+    SentenceList& sentences_;
+};
+
+pugi::xml_node identifiedElement(pugi::xml_node uuid) {
+    const auto element = uuid.parent();
+    return xmltree::name(element) == "itemhistory" ? pugi::xml_node() : element;
+}
+
+}  // namespace
+
+void addRemovals(const XMLDocument& baseDoc, const ComparedLists& lists, NodeFacts& facts,
+                 SentenceList& sentences) {
+    RemovalPass pass(facts, sentences);
+    if (const auto removed = missing(lists.oldUUIDList, lists.newUUIDList); !removed.empty()) {
+        pass.add(
+            removed, uuidIndex(baseDoc),
+            [](const std::string& why) { reportToConsole("err: %@", why); }, identifiedElement);
+    }
+    if (const auto removed = missing(lists.oldIDList, lists.newIDList); !removed.empty()) {
+        pass.add(
+            removed, idIndex(baseDoc),
+            [](const std::string& why) { reportToConsole("err2: %@", why); },
+            [](pugi::xml_node owner) { return owner; });
+    }
+}
+
+}  // namespace larkspan

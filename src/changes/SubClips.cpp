@@ -1,0 +1,63 @@
+#include "changes/SubClips.h"
+
+#include "changes/XMLTree.h"
+#include "kit/ConsoleReport.h"
+
+namespace larkspan {
+namespace {
+
+Field attribute(pugi::xml_node node, const char* name) {
+    const auto found = node.attribute(name);
+    return found ? Field(found.value()) : std::nullopt;
+}
+
+Field nameOf(pugi::xml_node subClip) {
+    const auto name = xmltree::childText(subClip, "Name");
+    if (!name) return std::nullopt;
+    reportToConsole("subclip: %@", cutForShowing(*name));
+    return std::string(*name);
+}
+
+}  // namespace
+
+SubClips::Key SubClips::key(pugi::xml_node parent, const std::string& objectID) {
+    return {parent.internal_object(), objectID};
+}
+
+void SubClips::lookThrough(pugi::xml_node document) {
+    if (isFilled_) return;
+    isFilled_ = true;
+    for (auto node = xmltree::firstElement(document); node; node = xmltree::next(node)) {
+        if (xmltree::name(node) != "SubClip") continue;
+        if (const auto id = attribute(node, "ObjectID")) {
+            byObjectID_.try_emplace(key(node.parent(), *id), node);
+        }
+        for (const pugi::xml_node clip : node.children("Clip")) {
+            const auto reference = attribute(clip, "ObjectRef");
+            if (reference) byClip_.try_emplace(key(node.parent(), *reference), node);
+        }
+    }
+}
+
+Field SubClips::nameForClip(pugi::xml_node clip) {
+    reportToConsole("parenttype: %@", clip.name());
+    const auto id = attribute(clip, "ObjectID");
+    if (!id) return std::nullopt;
+    lookThrough(clip.root());
+    const auto found = byClip_.find(key(clip.parent(), *id));
+    return found == byClip_.end() ? std::nullopt : nameOf(found->second);
+}
+
+Field SubClips::nameForTrackItem(pugi::xml_node item) {
+    const auto id = attribute(xmltree::child(item, "SubClip"), "ObjectRef");
+    if (!id) return std::nullopt;
+    reportToConsole("subclip id: %@", cutForShowing(*id));
+    lookThrough(item.root());
+    for (auto parent = item.parent(); parent; parent = parent.parent()) {
+        const auto found = byObjectID_.find(key(parent, *id));
+        if (found != byObjectID_.end()) return nameOf(found->second);
+    }
+    return std::nullopt;
+}
+
+}  // namespace larkspan
