@@ -21,6 +21,7 @@ namespace storelayout {
 
 inline constexpr const char* settingsName = "Settings.plist";
 inline constexpr const char* versionsName = "Versions";
+inline constexpr const char* annotationsName = "Annotations.plist";  // the user's notes
 inline constexpr const char* screenshotsName = "Screenshots";
 inline constexpr const char* folderSuffix = ".localized";
 

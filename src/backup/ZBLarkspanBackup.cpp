@@ -41,7 +41,12 @@ ZBLarkspanBackup::ZBLarkspanBackup()
                   },
               .manageBackups = [this] { manageBackups(); },
               .cacheForProject = [this](const Path& folder) { return cacheForProject(folder); }}),
-      retention_([this](const std::vector<Path>& versions) { removeSyncedFiles(versions); }) {
+      retention_([this](const std::vector<Path>& versions) { removeSyncedFiles(versions); }),
+      changes_({.cacheFolder = storelayout::cacheFolder,
+                .cacheFile = storelayout::cacheFile,
+                .annotationForFile = ChangeListCache::annotationForFile,
+                .currentBundlePath = currentBundlePath}),
+      cache_(changes_) {
     DBSession::openSharedSessionIfWanted(Preferences::frontEnd());
 }
 
@@ -112,8 +117,35 @@ bool ZBLarkspanBackup::removeEmptyFolder(const Path& folder) {
     return Retention::removeEmptyFolder(folder);
 }
 
-std::optional<Value::Dictionary> ZBLarkspanBackup::cacheForProject(const Path&) {
-    return std::nullopt;
+void ZBLarkspanBackup::setUserInterface(std::shared_ptr<ChangeListInterface> interface) {
+    changes_.userInterface = std::move(interface);
+}
+
+std::optional<Value::Dictionary> ZBLarkspanBackup::cacheForProject(
+    const Path& projectFolder, const std::shared_ptr<ChangeListDelegate>& withDelegate) {
+    return cache_.cacheForProject(projectFolder, withDelegate);
+}
+
+void ZBLarkspanBackup::invalidateAllCaches() {
+    ChangeListCache::invalidateAllCaches();
+}
+
+std::optional<Value> ZBLarkspanBackup::annotationForFile(const Path& version) {
+    return ChangeListCache::annotationForFile(version);
+}
+
+std::optional<Value::Dictionary> ZBLarkspanBackup::changelistForFile(
+    const Path& newFile, const std::optional<Path>& withOldFile) {
+    return changes_.changelistForFile(newFile, withOldFile);
+}
+
+std::optional<Value::Dictionary> ZBLarkspanBackup::changelistForProject(
+    const Path& projectFolder, const std::shared_ptr<ChangeListDelegate>& withDelegate) {
+    return changes_.changelistForProject(projectFolder, withDelegate);
+}
+
+void ZBLarkspanBackup::updateChangelistForItem(const Path& version) {
+    changes_.updateChangelistForItem(version);
 }
 
 void ZBLarkspanBackup::takeScreenshot(const Path& folder, const std::string& filename,

@@ -2,6 +2,7 @@
 
 #include "backup/BackupOptions.h"
 #include "backup/BatchRun.h"
+#include "backup/ChangeListCache.h"
 #include "backup/EngineState.h"
 #include "backup/ProjectBackup.h"
 #include "backup/ProjectCopy.h"
@@ -32,7 +33,9 @@ class ZBLarkspanBackup {
     ~ZBLarkspanBackup();
 
     // Whether the engine serves a user interface, and so shows failures instead of logging them.
-    bool hasGUI = false;
+    bool hasGUI() const { return changes_.userInterface != nullptr; }
+    // Null for none. Not while an operation runs.
+    void setUserInterface(std::shared_ptr<ChangeListInterface> interface);
 
     // ---- known projects and batch runs ----
 
@@ -76,10 +79,30 @@ class ZBLarkspanBackup {
     // Removes a folder that holds nothing, or nothing but one hidden entry.
     static bool removeEmptyFolder(const Path& folder);
 
+    // ---- what changed ----
+
+    // The change-list cache of a project, brought up to date; empty when there can be none. Not for
+    // the main thread, where the delegate is called.
+    std::optional<Value::Dictionary> cacheForProject(
+        const Path& projectFolder,
+        const std::shared_ptr<ChangeListDelegate>& withDelegate = nullptr);
+    static void invalidateAllCaches();
+    // The user's note on a version.
+    static std::optional<Value> annotationForFile(const Path& version);
+    // The entry of one version, compared with the one before it.
+    std::optional<Value::Dictionary> changelistForFile(const Path& newFile,
+                                                       const std::optional<Path>& withOldFile);
+    // The entries of all versions of a project, as its cache holds them.
+    std::optional<Value::Dictionary> changelistForProject(
+        const Path& projectFolder,
+        const std::shared_ptr<ChangeListDelegate>& withDelegate = nullptr);
+    // Makes the entries of a version and of the one behind it afresh.
+    void updateChangelistForItem(const Path& version);
+    // Stops such work where there is a user interface. Any thread.
+    void setProcessingCancelled(bool cancelled) { changes_.processingCancelled = cancelled; }
+
     // ---- not carried out yet: each is called at its place and does nothing ----
 
-    // Will bring the change-list cache of a project up to date and return it; empty: there is none.
-    std::optional<Value::Dictionary> cacheForProject(const Path& projectFolder);
     // Will hand a new version to the cloud when synchronisation is on.
     void uploadFileToCloud(const Path& version);
     // Will remove the copies of versions in the cloud.
@@ -93,6 +116,8 @@ class ZBLarkspanBackup {
     ProjectBackup backup_;
     BatchRun batch_;
     Retention retention_;
+    ChangeListDriver changes_;
+    ChangeListCache cache_;
 };
 
 }  // namespace larkspan

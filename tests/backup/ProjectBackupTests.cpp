@@ -119,11 +119,14 @@ TEST_F(ProjectBackupTest, GoesOnWithoutItsDriveInTheHelperOnly) {
 
     (void)fake.files.removeItem(Path("/Volumes/Gone"));
     fake.bundles.main.info = Value::Dictionary{{"CFBundleIdentifier", "com.corvane.Larkspan"}};
+    fake.alerts.answersAtOnce = platform::AlertAnswer{};
     engine.backupProject(project, offline, {1});
     EXPECT_FALSE(fake.files.exists(offline));
-    EXPECT_THAT(fake.console.reported(),
-                Contains("Unable to backup. The destination drive is not mounted. Please mount the "
-                         "drive or change the backup path in Preferences."));
+    ASSERT_EQ(fake.alerts.shown.size(), 1U);
+    EXPECT_EQ(fake.alerts.shown[0].request.messageText, "Unable to backup");
+    EXPECT_EQ(fake.alerts.shown[0].request.informativeText,
+              "The destination drive is not mounted. Please mount the drive or change the backup "
+              "path in Preferences.");
 }
 
 TEST_F(ProjectBackupTest, CountsTheGapToTheLastRendition) {

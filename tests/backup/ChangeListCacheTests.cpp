@@ -1,0 +1,168 @@
+#include "backup/ChangeListCache.h"
+#include "kit/Identifiers.h"
+#include "support/StoreTest.h"
+
+#include <cerrno>
+
+#include <gmock/gmock.h>
+
+namespace larkspan {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+class RecordingDelegate final : public ChangeListDelegate {
+  public:
+    void versionsToBeLoaded(size_t count) override { calls.push_back(std::to_string(count)); }
+    void changeLogReady(const Value::Dictionary& entry) override {
+        calls.push_back(*entry.at("version").string());
+    }
+    void loadingFinished() override { calls.emplace_back("finished"); }
+
+    std::vector<std::string> calls;
+};
+
+class RecordingInterface final : public ChangeListInterface {
+  public:
+    void showAlert(const std::string& messageText, const std::string& informativeText) override {
+        alerts.push_back(messageText + ": " + informativeText);
+    }
+
+    std::vector<std::string> alerts;
+};
+
+class ChangeListCacheTest : public testing::StoreTest {
+  protected:
+    ChangeListCacheTest() {
+        fake.applications.install(frontEndBundleIdentifier, bundle);
+        setFormat("7");
+        addRendition(1, "Cut");
+        addRendition(2, "Cut", 2h);
+    }
+    void setFormat(const std::string& format) {
+        const Value info = Value::Dictionary{{"ZBCacheVersion", format}};
+        ASSERT_FALSE(savePropertyList(info, bundle / "Contents/Info.plist"));
+    }
+    // A version with its rendition, whose sequence has that name.
+    void addRendition(long number, const std::string& sequence, Seconds age = 3h) {
+        const std::string name = "Cut." + padNumber({number});
+        const std::string xml = "<xmeml><sequence id='s'><uuid>U</uuid><name>" + sequence +
+                                "</name></sequence></xmeml>";
+        writeFile(versions / (name + ".fcp"), "v" + std::to_string(number), ago(age));
+        writeFile(versions / (name + ".xml"), xml, ago(age));
+    }
+    std::vector<std::string> changesOf(const Value::Dictionary& cached, const std::string& name) {
+        std::vector<std::string> sentences;
+        const auto entry = cached.find(name);
+        const Value* list = entry == cached.end() ? nullptr : entry->second.find("changelist");
+        if (!list) return {"(missing)"};
+        for (const Value& sentence : *list->array()) sentences.push_back(*sentence.string());
+        return sentences;
+    }
+    Value::Dictionary stored() {
+        const auto loaded = loadPropertyList(file);
+        return loaded ? *loaded->dictionary() : Value::Dictionary();
+    }
+    ChangeListSurroundings surroundings() const {
+        return {.cacheFolder = storelayout::cacheFolder,
+                .cacheFile = storelayout::cacheFile,
+                .annotationForFile = ChangeListCache::annotationForFile,
+                .currentBundlePath = ZBLarkspanBackup::currentBundlePath};
+    }
+
+    const Path bundle{"/Applications/Larkspan.app"};
+    const Path versions = versionsOf("A");
+    const Path file = storelayout::cacheFile(*storelayout::cacheFolder(), folderOf("A"));
+    ChangeListDriver driver{surroundings()};
+    ChangeListCache cache{driver};
+};
+
+TEST_F(ChangeListCacheTest, MakesEverythingOnceAndThenOnlyWhatIsNew) {
+    const auto first = cache.cacheForProject(folderOf("A"));
+    ASSERT_TRUE(first);
+    EXPECT_EQ(stored(), *first);
+    EXPECT_THAT(changesOf(*first, "Cut.00001.xml"), ElementsAre("(Base version)"));
+    EXPECT_THAT(changesOf(*first, "Cut.00002.xml"), ElementsAre("No change"));
+    EXPECT_FALSE(first->contains("Cut.00001.fcp"));
+    EXPECT_TRUE(driver.processingCancelled);
+
+    Value::Dictionary marked = *first;
+    marked["Cut.00002.xml"] = Value::Dictionary{{"changelist", Value::Array{"As it was"}}};
+    ASSERT_FALSE(savePropertyList(Value(marked), file));
+    addRendition(3, "Other", 1h);
+    const auto delegate = std::make_shared<RecordingDelegate>();
+    const auto second = cache.cacheForProject(folderOf("A"), delegate);
+    EXPECT_THAT(changesOf(*second, "Cut.00002.xml"), ElementsAre("As it was"));
+    EXPECT_THAT(changesOf(*second, "Cut.00003.xml"), Not(Contains("No change")));
+    EXPECT_EQ(stored(), *second);
+    fake.mainThread.runPosted();
+    EXPECT_THAT(delegate->calls, ElementsAre("6", "finished", "00003"));
+}
+
+TEST_F(ChangeListCacheTest, AnotherFormatStartsAfresh) {
+    ASSERT_TRUE(cache.cacheForProject(folderOf("A")));
+    Value::Dictionary old = stored();
+    old["Cut.00009.xml"] = Value::Dictionary();
+    ASSERT_FALSE(savePropertyList(Value(old), file));
+    ASSERT_TRUE(cache.cacheForProject(folderOf("A")));
+    EXPECT_TRUE(stored().contains("Cut.00009.xml"));
+    setFormat("8");
+    const auto made = cache.cacheForProject(folderOf("A"));
+    EXPECT_FALSE(made->contains("Cut.00009.xml"));
+    EXPECT_EQ(made->at("version"), Value("8"));
+    EXPECT_THAT(loggedLines(), Contains("Cache version does not match. Resetting cache..."));
+    writeFile(file, "torn <plist>");
+    EXPECT_EQ(cache.cacheForProject(folderOf("A")), made);
+}
+
+TEST_F(ChangeListCacheTest, NotesAreShownAtOnceAndStoredWithTheNextEntry) {
+    ASSERT_TRUE(cache.cacheForProject(folderOf("A")));
+    const Value notes = Value::Dictionary{{"Cut.00001.xml", "for the client"}};
+    ASSERT_FALSE(savePropertyList(notes, folderOf("A") / "Annotations.plist"));
+    const auto shown = cache.cacheForProject(folderOf("A"));
+    EXPECT_EQ(*shown->at("Cut.00001.xml").find("annotation"), Value("for the client"));
+    EXPECT_EQ(stored().at("Cut.00001.xml").find("annotation"), nullptr);
+    addRendition(3, "Other", 1h);
+    ASSERT_TRUE(cache.cacheForProject(folderOf("A")));
+    EXPECT_NE(stored().at("Cut.00001.xml").find("annotation"), nullptr);
+    EXPECT_EQ(ChangeListCache::annotationForFile(versions / "Cut.00002.xml"), std::nullopt);
+}
+
+TEST_F(ChangeListCacheTest, ProjectsWithoutRenditionsAreHandedOverWhole) {
+    for (const char* name : {"Film.00001.prproj", "Film.00002.prproj"}) {
+        writeFile(versionsOf("B") / name, "same");
+    }
+    const auto made = cache.cacheForProject(folderOf("B"));
+    EXPECT_THAT(changesOf(*made, "Film.00001.prproj"), IsEmpty());
+    EXPECT_EQ(*made->at("Film.00002.prproj").find("type"), Value("doc"));
+}
+
+TEST_F(ChangeListCacheTest, AFolderThatCannotBeMadeIsToldAsItFits) {
+    fake.faults.refusePath(*storelayout::cacheFolder(), EACCES);
+    EXPECT_FALSE(cache.cacheForProject(folderOf("A")));
+    EXPECT_THAT(loggedLines(), Contains(::testing::StartsWith("Unable to create cache folder ")));
+    const auto interface = std::make_shared<RecordingInterface>();
+    driver.userInterface = interface;
+    EXPECT_FALSE(cache.cacheForProject(folderOf("A")));
+    EXPECT_THAT(interface->alerts,
+                ElementsAre("Unable to create cache folder: Please check permissions for the "
+                            "folder " +
+                            storelayout::cacheFolder()->deletingLastPathComponent().str()));
+}
+
+TEST_F(ChangeListCacheTest, AllCachesGoAndNothingElse) {
+    ASSERT_TRUE(cache.cacheForProject(folderOf("A")));
+    writeFile(*storelayout::cacheFolder() / "notes.txt", "mine");
+    ChangeListCache::invalidateAllCaches();
+    EXPECT_THAT(namesIn(*storelayout::cacheFolder()), ElementsAre("notes.txt"));
+    EXPECT_THAT(loggedLines(), Contains("Invalidating all caches..."));
+    (void)fake.files.removeItem(*storelayout::cacheFolder());
+    ChangeListCache::invalidateAllCaches();
+}
+
+}  // namespace
+}  // namespace larkspan
