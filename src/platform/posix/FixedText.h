@@ -53,7 +53,6 @@ class FixedText {
     std::string_view view() const { return {bytes_.data(), length_}; }
     // Ends with a zero byte.
     const char* c_str() const { return bytes_.data(); }
-    bool isFull() const { return length_ == capacity; }
 
   private:
     std::array<char, capacity + 1> bytes_{};  // what is not taken stays zero
