@@ -286,6 +286,20 @@ TEST_F(ZBAppleEventsTest, FindsTheSequencesThatHaveANameInWhatTheVersionGives) {
     }
 }
 
+class ZBAppleEventsWithoutFinalCutTest : public testing::FakePlatformTest {};
+
+// As on a system that does not have it at all.
+TEST_F(ZBAppleEventsWithoutFinalCutTest, WhatIsNotInstalledIsNotLaunched) {
+    EXPECT_EQ(ZBAppleEvents::getProjectXML(cut, LaunchFCP::yes, CloseProject::yes), std::nullopt);
+    EXPECT_FALSE(ZBAppleEvents::openItem("item", cut, LaunchFCP::yes));
+    EXPECT_FALSE(ZBAppleEvents::sequencesInProject(cut));
+    EXPECT_THAT(
+        fake.console.reported(),
+        ElementsAre(notRunning, "Error sending AppleEvent", noAnswer, notRunning,
+                    "Error sending AppleEvent", notRunning, "Error sending AppleEvent", noAnswer));
+    EXPECT_THAT(fake.applications.openedFiles(), IsEmpty());
+}
+
 TEST(ZBAppleEventsTextTest, CutsOneZeroByteOff) {
     const auto formatted = [](std::string bytes) {
         return ZBAppleEvents::formatData(Data{std::move(bytes)}).bytes;
