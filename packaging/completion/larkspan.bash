@@ -6,7 +6,7 @@ _larkspan() {
     COMPREPLY=()
 
     if ((COMP_CWORD == 1)); then
-        COMPREPLY=($(compgen -W "watch scan status projects versions prefs --help --version" -- "$word"))
+        COMPREPLY=($(compgen -W "watch scan status projects versions diff prefs --help --version" -- "$word"))
         return
     fi
     if [[ $command == watch ]] && ((COMP_CWORD == 2)); then
@@ -21,7 +21,7 @@ _larkspan() {
             [[ $sub == add ]] && options+=" --extensions"
             [[ $sub == list ]] && options+=" --json" ;;
         scan) options+=" --wait --timeout" ;;
-        status | projects | versions) options+=" --json" ;;
+        status | projects | versions | diff) options+=" --json" ;;
         prefs) options+=" --json --string --integer --delete" ;;
     esac
     if [[ $word == -* ]]; then
@@ -33,7 +33,7 @@ _larkspan() {
     case $command in
         watch)
             [[ $sub == list ]] || { compopt -o filenames; COMPREPLY=($(compgen -d -- "$word")); } ;;
-        versions)
+        versions | diff)
             compopt -o filenames
             COMPREPLY=($(compgen -f -- "$word")) ;;
         prefs)

@@ -37,9 +37,9 @@ std::vector<const Command*> commandsOfGroup(std::string_view word) {
 }  // namespace
 
 std::span<const Command* const> allCommands() {
-    static constexpr std::array<const Command*, 9> commands{
-        &watchAddCommand, &watchListCommand, &watchRemoveCommand, &scanCommand, &statusCommand,
-        &projectsCommand, &versionsCommand,  &prefsCommand,       &runCommand};
+    static constexpr std::array<const Command*, 10> commands{
+        &watchAddCommand, &watchListCommand, &watchRemoveCommand, &scanCommand,  &statusCommand,
+        &projectsCommand, &versionsCommand,  &diffCommand,        &prefsCommand, &runCommand};
     return commands;
 }
 

@@ -17,6 +17,7 @@ extern const Command scanCommand;
 extern const Command statusCommand;
 extern const Command projectsCommand;
 extern const Command versionsCommand;
+extern const Command diffCommand;
 extern const Command prefsCommand;
 extern const Command runCommand;
 
