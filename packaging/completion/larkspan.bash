@@ -6,7 +6,7 @@ _larkspan() {
     COMPREPLY=()
 
     if ((COMP_CWORD == 1)); then
-        COMPREPLY=($(compgen -W "watch scan status projects versions prune prefs --help --version" -- "$word"))
+        COMPREPLY=($(compgen -W "watch scan status projects versions changes diff prune prefs --help --version" -- "$word"))
         return
     fi
     if [[ $command == watch ]] && ((COMP_CWORD == 2)); then
@@ -22,7 +22,7 @@ _larkspan() {
             [[ $sub == list ]] && options+=" --json" ;;
         scan) options+=" --wait --timeout" ;;
         prune) options+=" --dry-run --json" ;;
-        status | projects | versions) options+=" --json" ;;
+        status | projects | versions | changes | diff) options+=" --json" ;;
         prefs) options+=" --json --string --integer --delete" ;;
     esac
     if [[ $word == -* ]]; then
@@ -34,7 +34,7 @@ _larkspan() {
     case $command in
         watch)
             [[ $sub == list ]] || { compopt -o filenames; COMPREPLY=($(compgen -d -- "$word")); } ;;
-        versions | prune)
+        versions | changes | prune | diff)
             compopt -o filenames
             COMPREPLY=($(compgen -f -- "$word")) ;;
         prefs)

@@ -37,9 +37,10 @@ std::vector<const Command*> commandsOfGroup(std::string_view word) {
 }  // namespace
 
 std::span<const Command* const> allCommands() {
-    static constexpr std::array<const Command*, 10> commands{
-        &watchAddCommand, &watchListCommand, &watchRemoveCommand, &scanCommand,  &statusCommand,
-        &projectsCommand, &versionsCommand,  &pruneCommand,       &prefsCommand, &runCommand};
+    static constexpr std::array<const Command*, 12> commands{
+        &watchAddCommand, &watchListCommand, &watchRemoveCommand, &scanCommand,
+        &statusCommand,   &projectsCommand,  &versionsCommand,    &changesCommand,
+        &diffCommand,     &pruneCommand,     &prefsCommand,       &runCommand};
     return commands;
 }
 

@@ -17,7 +17,9 @@ extern const Command scanCommand;
 extern const Command statusCommand;
 extern const Command projectsCommand;
 extern const Command versionsCommand;
+extern const Command changesCommand;
 extern const Command pruneCommand;
+extern const Command diffCommand;
 extern const Command prefsCommand;
 extern const Command runCommand;
 

@@ -1,4 +1,5 @@
 #include "frontend/FrontEnd.h"
+#include "kit/ZBLog.h"
 #include "platform/Files.h"
 #include "platform/Platform.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -48,7 +49,9 @@ int runFrontEndOnLinux(const std::vector<std::string>& arguments) {
                         return std::make_shared<platform::TerminationSignals>(
                             services.mainThread(), [asked](int) { asked(); });
                     }};
-    return static_cast<int>(runFrontEnd(arguments, context));
+    const ExitStatus status = runFrontEnd(arguments, context);
+    ZBLog::discardSharedController();
+    return static_cast<int>(status);
 }
 
 }  // namespace

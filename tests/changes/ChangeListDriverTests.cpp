@@ -25,7 +25,7 @@ TEST_F(ChangeListDriverTest, AnEntrySaysWhatAVersionIs) {
     const Value::Dictionary expected{{"changelist", Value::Array{"(Base version)"}},
                                      {"version", "12"},
                                      {"date", dateFromUnixTime(1'600'000'000)},
-                                     {"size", "120 B"},
+                                     {"size", "113 B"},
                                      {"file", "/P/Versions/Scene.12.xml"},
                                      {"type", "xml"},
                                      {"host", "fcp"}};
