@@ -21,6 +21,8 @@ constexpr const char* usage =
     "  rescan STORE             two batch runs; \"ms N\" for the second\n"
     "  version PROJECT DIR N    one version of a project\n"
     "  copy none|md5|sha1 SOURCE DEST...  a verified copy to one or several places\n"
+    "  changes NEW OLD          what changed between two renditions\n"
+    "  history DIR              the lists of all versions in a folder; \"ms N\"\n"
     "  thin STORE KEEP          removes all but KEEP versions of each project\n"
     "  keep STORE               looks for old versions where none are to go\n"
     "  idle ROOT                the whole helper on a folder, until it is ended\n";
@@ -33,11 +35,12 @@ int measure(const std::vector<std::string>& arguments) {
         size_t most;
     };
     const std::map<std::string, Operation> operations = {
-        {"watch", {measureWatch, 1, 1}}, {"discover", {measureDiscover, 2, 2}},
-        {"scan", {measureScan, 1, 1}},   {"rescan", {measureRescan, 1, 1}},
-        {"copy", {measureCopy, 3, any}}, {"version", {measureVersion, 3, 3}},
-        {"thin", {measureThin, 2, 2}},   {"keep", {measureKeep, 1, 1}},
-        {"idle", {measureIdle, 1, 1}}};
+        {"watch", {measureWatch, 1, 1}},    {"discover", {measureDiscover, 2, 2}},
+        {"scan", {measureScan, 1, 1}},      {"rescan", {measureRescan, 1, 1}},
+        {"copy", {measureCopy, 3, any}},    {"version", {measureVersion, 3, 3}},
+        {"thin", {measureThin, 2, 2}},      {"keep", {measureKeep, 1, 1}},
+        {"idle", {measureIdle, 1, 1}},      {"changes", {measureChanges, 2, 2}},
+        {"history", {measureHistory, 1, 1}}};
     const auto found = arguments.empty() ? operations.end() : operations.find(arguments.front());
     if (found == operations.end()) {
         (void)std::fputs(usage, stderr);

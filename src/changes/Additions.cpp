@@ -132,13 +132,11 @@ bool isBuiltInClipAttribute(std::string_view effectName) {
 }
 
 KnownElements::KnownElements(const IdentifierSet& oldUUIDs, const IdentifierSet& oldIDs,
-                             pugi::xml_node oldRoot)
+                             const XMLDocument& baseDoc)
     : oldUUIDs_(oldUUIDs), oldIDs_(oldIDs) {
-    for (auto node = oldRoot; node; node = xmltree::next(node)) {
-        if (xmltree::name(node) != "marker") continue;
-        if (const auto name = xmltree::child(node, "name")) {
-            markerNames_.insert(xmltree::stringValue(name));
-        }
+    for (const pugi::xml_node marker : baseDoc.markers()) {
+        const auto name = xmltree::child(marker, "name");
+        if (name) markerNames_.insert(xmltree::stringValue(name));
     }
 }
 

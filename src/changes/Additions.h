@@ -3,6 +3,7 @@
 #include "changes/ChangedLeaf.h"
 #include "changes/NodeFacts.h"
 #include "changes/Sentence.h"
+#include "changes/XMLDocument.h"
 
 #include <string>
 #include <string_view>
@@ -16,7 +17,7 @@ namespace larkspan {
 class KnownElements {
   public:
     KnownElements(const IdentifierSet& oldUUIDs, const IdentifierSet& oldIDs,
-                  pugi::xml_node oldRoot);
+                  const XMLDocument& baseDoc);
 
     // Clips, clip items, bins, multiclips and sequences by their uuid or one that they had before,
     // everything else, and those without any, by their id. A marker without id by its name. What

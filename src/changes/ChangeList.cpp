@@ -45,7 +45,7 @@ ChangeSentences changeList(const Dialect& dialect, const XMLDocument* document,
     const IdentifierSet oldUUIDs(lists.oldUUIDList.begin(), lists.oldUUIDList.end());
     const IdentifierSet oldIDs(lists.oldIDList.begin(), lists.oldIDList.end());
     const IdentifierSet newUUIDs(lists.newUUIDList.begin(), lists.newUUIDList.end());
-    const KnownElements known(oldUUIDs, oldIDs, baseDoc->root());
+    const KnownElements known(oldUUIDs, oldIDs, *baseDoc);
     NodeFacts facts(dialect.otherNameElement);
     SubClips subClips;
     LeafSentences leafSentences(dialect, {facts, subClips, newUUIDs});

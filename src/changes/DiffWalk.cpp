@@ -10,7 +10,7 @@ bool DiffWalk::run(pugi::xml_node newNode, pugi::xml_node baseNode,
                    const Cancellation& cancellation) {
     new_ = newNode;
     base_ = baseNode;
-    while (new_) {
+    while (xmltree::exists(new_)) {
         if (cancellation.isWanted && cancellation.isWanted()) {
             ZBLog::appendLog("Change log generation was cancelled");
             if (cancellation.endProgress) cancellation.endProgress();
@@ -22,8 +22,8 @@ bool DiffWalk::run(pugi::xml_node newNode, pugi::xml_node baseNode,
 }
 
 void DiffWalk::step() {
-    const std::string_view name = xmltree::name(new_);
-    const bool areAlike = base_ && xmltree::name(base_) == name;
+    const char* name = new_.name();
+    const bool areAlike = xmltree::exists(base_) && xmltree::areSame(base_.name(), name);
     if (dialect_.bookkeeping.contains(name)) {
         new_ = xmltree::following(new_);
         if (areAlike) base_ = xmltree::following(base_);
@@ -35,6 +35,14 @@ void DiffWalk::step() {
 }
 
 void DiffWalk::compareAlike() {
+    const bool holdNodes =
+        xmltree::exists(new_.first_child()) || xmltree::exists(base_.first_child());
+    // Most elements hold a text and nothing else, and most texts are as they were.
+    if (!holdNodes && xmltree::areSame(new_.value(), base_.value())) {
+        new_ = xmltree::following(new_);
+        base_ = xmltree::following(base_);
+        return;
+    }
     const bool areLeaves = xmltree::hasAtMostOneChild(new_) && xmltree::hasAtMostOneChild(base_);
     if (areLeaves && values_.differ(new_, base_)) {
         if (isPassedOver()) {

@@ -20,7 +20,7 @@ LoadedDocument loadProjectDocument(const Path& file) {
     Result<std::string> bytes = bytesOf(file);
     if (bytes && isGzip(*bytes)) bytes = gunzipped(*bytes, largestFile);
     if (!bytes) return bytes.error();
-    return XMLDocument::read(*std::move(bytes));
+    return XMLDocument::read(std::move(*bytes));
 }
 
 LoadedPair loadBoth(LoadedDocument (*load)(const Path&), const Path& newFile, const Path& oldFile) {
@@ -34,7 +34,7 @@ LoadedPair loadBoth(LoadedDocument (*load)(const Path&), const Path& newFile, co
 LoadedDocument loadDocument(const Path& file) {
     Result<std::string> bytes = bytesOf(file);
     if (!bytes) return bytes.error();
-    return XMLDocument::read(*std::move(bytes));
+    return XMLDocument::read(std::move(*bytes));
 }
 
 LoadedPair loadDocuments(const Path& newFile, const Path& oldFile) {

@@ -6,12 +6,12 @@ namespace larkspan {
 namespace {
 
 pugi::xml_node endOfChain(pugi::xml_node node) {
-    while (*node.value() == '\0') {
+    while (true) {
         const auto only = node.first_child();
-        if (!xmltree::isElement(only) || only.next_sibling()) break;
+        if (!xmltree::isElement(only) || xmltree::exists(only.next_sibling())) return node;
+        if (*node.value() != '\0') return node;
         node = only;
     }
-    return node;
 }
 
 }  // namespace
@@ -21,7 +21,6 @@ bool LeafValues::differ(pugi::xml_node newNode, pugi::xml_node oldNode) {
     const auto oldEnd = endOfChain(oldNode);
     if (newEnd == newEnd_ && oldEnd == oldEnd_) return endsDiffer_;
     const bool areDifferent = !xmltree::haveEqualStringValues(newEnd, oldEnd);
-    if (!areDifferent && !newEnd.first_child() && !oldEnd.first_child()) return false;
     newEnd_ = newEnd;
     oldEnd_ = oldEnd;
     endsDiffer_ = areDifferent;

@@ -15,9 +15,12 @@ class NameSet {
         for (const std::string_view name : names) firstLetters_.set(letter(name));
     }
 
+    bool contains(const char* name) const {
+        return firstLetters_.test(static_cast<unsigned char>(*name)) &&
+               contains(std::string_view(name));
+    }
     bool contains(std::string_view name) const {
-        return firstLetters_.test(letter(name)) &&
-               std::find(names_.begin(), names_.end(), name) != names_.end();
+        return std::find(names_.begin(), names_.end(), name) != names_.end();
     }
 
   private:

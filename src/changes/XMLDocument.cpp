@@ -23,7 +23,7 @@ Result<XMLDocument::Pointer> XMLDocument::read(std::string bytes) {
     const std::shared_ptr<XMLDocument> document(new XMLDocument(std::move(bytes)));
     if (auto error = document->parse()) return *std::move(error);
     if (auto error = document->checkTop()) return *std::move(error);
-    if (auto error = document->gatherIdentifiers()) return *std::move(error);
+    if (auto error = document->lookThrough()) return *std::move(error);
     return Pointer(document);
 }
 
@@ -58,24 +58,26 @@ std::optional<Error> XMLDocument::checkTop() const {
                               : "There is more than one root element.");
 }
 
-void XMLDocument::takeIdentifiers(pugi::xml_node element) {
+void XMLDocument::take(pugi::xml_node element) {
     // An identifier is a text; whatever holds elements under that name is none.
-    if (xmltree::name(element) == "uuid" && xmltree::isLeaf(element)) {
+    if (xmltree::areSame(element.name(), "uuid") && xmltree::isLeaf(element)) {
         identifiers_.uuids.push_back(xmltree::stringValue(element));
         uuidElements_.push_back(element);
     }
-    if (const auto id = element.attribute("id")) {
-        identifiers_.ids.emplace_back(id.value());
-        idOwners_.push_back(element);
-    }
+    if (xmltree::areSame(element.name(), "marker")) markers_.push_back(element);
+    const auto id = element.attribute("id");
+    if (!xmltree::exists(id)) return;
+    identifiers_.ids.emplace_back(id.value());
+    idOwners_.push_back(element);
 }
 
-std::optional<Error> XMLDocument::gatherIdentifiers() {
+std::optional<Error> XMLDocument::lookThrough() {
     using namespace xmltree;
     size_t level = 1;
-    for (auto node = root(); node;) {
-        takeIdentifiers(node);
-        if (const auto first = firstElement(node)) {
+    for (auto node = root(); exists(node);) {
+        take(node);
+        const auto first = firstElement(node);
+        if (exists(first)) {
             if (++level > deepestLevel) {
                 return problem(messageText("Elements are nested deeper than %li levels.",
                                            static_cast<long>(deepestLevel)));
@@ -83,12 +85,13 @@ std::optional<Error> XMLDocument::gatherIdentifiers() {
             node = first;
             continue;
         }
-        for (; node; node = node.parent(), --level) {
-            if (const auto sibling = nextElementSibling(node)) {
-                node = sibling;
-                break;
-            }
+        auto sibling = nextElementSibling(node);
+        while (exists(node) && !exists(sibling)) {
+            node = node.parent();
+            sibling = nextElementSibling(node);
+            --level;
         }
+        node = sibling;
     }
     return std::nullopt;
 }

@@ -47,20 +47,23 @@ class XMLDocument {
     // The elements that the entries of those lists belong to.
     const std::vector<pugi::xml_node>& uuidElements() const { return uuidElements_; }
     const std::vector<pugi::xml_node>& idOwners() const { return idOwners_; }
+    // The `marker` elements in document order.
+    const std::vector<pugi::xml_node>& markers() const { return markers_; }
 
   private:
     explicit XMLDocument(std::string bytes) : bytes_(std::move(bytes)) {}
 
     std::optional<Error> parse();
     std::optional<Error> checkTop() const;
-    std::optional<Error> gatherIdentifiers();
-    void takeIdentifiers(pugi::xml_node element);
+    std::optional<Error> lookThrough();
+    void take(pugi::xml_node element);
 
     std::string bytes_;  // the tree points into them
     pugi::xml_document tree_;
     IdentifierLists identifiers_;
     std::vector<pugi::xml_node> uuidElements_;
     std::vector<pugi::xml_node> idOwners_;
+    std::vector<pugi::xml_node> markers_;
 };
 
 }  // namespace larkspan

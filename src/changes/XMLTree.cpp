@@ -3,11 +3,6 @@
 namespace larkspan::xmltree {
 namespace {
 
-pugi::xml_node elementFrom(pugi::xml_node node) {
-    while (node && !isElement(node)) node = node.next_sibling();
-    return node;
-}
-
 pugi::xml_node elementBackFrom(pugi::xml_node node) {
     while (node && !isElement(node)) node = node.previous_sibling();
     return node;
@@ -48,20 +43,12 @@ class TextPieces {
 
 bool hasAtMostOneChild(pugi::xml_node element) {
     const auto first = element.first_child();
-    if (!first) return true;
-    return *element.value() == '\0' && !first.next_sibling();
+    if (!exists(first)) return true;
+    return !exists(first.next_sibling()) && *element.value() == '\0';
 }
 
 bool isLeaf(pugi::xml_node element) {
     return !firstElement(element);
-}
-
-pugi::xml_node firstElement(pugi::xml_node parent) {
-    return elementFrom(parent.first_child());
-}
-
-pugi::xml_node nextElementSibling(pugi::xml_node node) {
-    return elementFrom(node.next_sibling());
 }
 
 pugi::xml_node previousElementSibling(pugi::xml_node node) {
@@ -70,12 +57,13 @@ pugi::xml_node previousElementSibling(pugi::xml_node node) {
 
 pugi::xml_node next(pugi::xml_node element) {
     const auto first = firstElement(element);
-    return first ? first : following(element);
+    return exists(first) ? first : following(element);
 }
 
 pugi::xml_node following(pugi::xml_node element) {
-    for (auto node = element; node; node = node.parent()) {
-        if (const auto sibling = nextElementSibling(node)) return sibling;
+    for (auto node = element; exists(node); node = node.parent()) {
+        const auto sibling = nextElementSibling(node);
+        if (exists(sibling)) return sibling;
     }
     return {};
 }
@@ -119,8 +107,8 @@ std::string stringValue(pugi::xml_node node) {
 }
 
 bool haveEqualStringValues(pugi::xml_node one, pugi::xml_node other) {
-    if (!one.first_child() && !other.first_child()) {
-        return std::string_view(one.value()) == other.value();
+    if (!exists(one.first_child()) && !exists(other.first_child())) {
+        return areSame(one.value(), other.value());
     }
     TextPieces ones(one);
     TextPieces others(other);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <bit>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -24,13 +26,32 @@ inline bool isText(pugi::xml_node node) {
     return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
+// What the walks ask of every element, without a call into the library: whether there is a node or
+// an attribute at all (both are pointers), and whether two names are the same.
+template <class Handle>
+bool exists(Handle handle) {
+    return std::bit_cast<const void*>(handle) != nullptr;
+}
+inline bool areSame(const char* one, const char* other) {
+    return *one == *other && std::strcmp(one, other) == 0;
+}
+
 // Whether an element has no or one child of any kind.
 bool hasAtMostOneChild(pugi::xml_node element);
 // Whether there is no element below it.
 bool isLeaf(pugi::xml_node element);
 
-pugi::xml_node firstElement(pugi::xml_node parent);
-pugi::xml_node nextElementSibling(pugi::xml_node node);
+// The node itself or the next of its siblings that is an element.
+inline pugi::xml_node elementFrom(pugi::xml_node node) {
+    while (exists(node) && !isElement(node)) node = node.next_sibling();
+    return node;
+}
+inline pugi::xml_node firstElement(pugi::xml_node parent) {
+    return elementFrom(parent.first_child());
+}
+inline pugi::xml_node nextElementSibling(pugi::xml_node node) {
+    return elementFrom(node.next_sibling());
+}
 pugi::xml_node previousElementSibling(pugi::xml_node node);
 
 // The next element in document order, and the one behind the whole subtree: the next sibling of

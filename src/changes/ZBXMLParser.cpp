@@ -26,7 +26,7 @@ std::optional<std::string_view> textOf(pugi::xml_node node, std::string_view ele
 }
 
 std::vector<XMLNode> logged(Result<std::vector<XMLNode>> found) {
-    if (found) return *std::move(found);
+    if (found) return std::move(*found);
     ZBLog::fastAppendLog("XML parsing error: %@", found.error().description);
     return {};
 }

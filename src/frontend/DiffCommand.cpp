@@ -5,8 +5,7 @@
 #include "frontend/Format.h"
 #include "frontend/Json.h"
 #include "frontend/ProjectSearch.h"
-#include "platform/Files.h"
-#include "platform/Platform.h"
+#include "kit/ZBLog.h"
 
 #include <array>
 
@@ -38,6 +37,8 @@ void show(Context& context, const std::vector<std::string>& sentences, bool asJs
 }
 
 ExitStatus diff(const Arguments& arguments, Context& context) {
+    // What a comparison logs is said by its sentences, too.
+    ZBLog::disableLogging();
     const std::string& oldTyped = arguments.words()[0];
     const std::string& newTyped = arguments.words()[1];
     const Path oldFile = absolutePath(oldTyped, context.currentDirectory);

@@ -83,6 +83,10 @@ void ZBLog::discardSharedController() {
     instance.reset();
 }
 
+void ZBLog::disableLogging() {
+    sharedController().loggingDisabled_ = true;
+}
+
 std::string ZBLog::appName() const {
     const std::lock_guard lock(mutex_);
     if (!appName_.empty()) return appName_;

@@ -59,6 +59,9 @@ class ZBLog {
     }
     static void appendAndPrintText(std::string_view text);
 
+    // From here on nothing is logged: for programs whose output is their result.
+    static void disableLogging();
+
     // Returns when every queued entry is written.
     static void finishWriting();
 

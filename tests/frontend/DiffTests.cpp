@@ -36,6 +36,14 @@ TEST_F(DiffTest, SaysASentenceALine) {
               "[\n  \"Project name changed to a\\\"b\\nc\"\n]\n");
 }
 
+TEST_F(DiffTest, WritesNothingButTheSentences) {
+    const auto changed = diff("<a><b><c/>x</b></a>", "<a><b>y<c/></b><d>1</d></a>");
+    EXPECT_EQ(changed.output, "No notable changes\n");
+    EXPECT_EQ(diff("<a><b>1</b></a>", "<a><b>2</b></a>").output, "B changed to 2\n");
+    ZBLog::finishWriting();
+    EXPECT_TRUE(fake.console.printed().empty());
+}
+
 TEST_F(DiffTest, UnpacksCompressedProjects) {
     // "<PremiereData><MZ.WorkInPoint>7</MZ.WorkInPoint></PremiereData>", as gzip writes it.
     const std::string packed = std::string(
