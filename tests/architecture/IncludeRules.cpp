@@ -32,18 +32,30 @@ const std::vector<Layer>& layers() {
     return all;
 }
 
-// Libraries that stay behind one layer, so that they can be replaced there.
+// Libraries that stay behind few layers, so that they can be replaced there.
 struct Confined {
-    std::string_view prefix;  // of what stands between the brackets
-    std::string_view folder;  // with everything below it
+    std::string_view prefix;           // of what stands between the brackets
+    std::vector<std::string> folders;  // with everything below them
 };
-constexpr std::array confinedHeaders = {
-    Confined{"glib", "platform/linux"},        Confined{"gio/", "platform/linux"},
-    Confined{"gobject/", "platform/linux"},    Confined{"gmodule", "platform/linux"},
-    Confined{"gdk-pixbuf/", "platform/linux"}, Confined{"plist/", "foundation"},
-    Confined{"filesystem", "platform"},        Confined{"pugi", "changes"},
-    Confined{"zlib", "changes"},
-};
+const std::vector<Confined>& confinedHeaders() {
+    static const std::vector<std::string> system{"platform/linux"};
+    static const std::vector<Confined> headers = {
+        {"glib", system},
+        {"gio/", system},
+        {"gobject/", system},
+        {"gmodule", system},
+        {"gdk-pixbuf/", system},
+        {"xcb/", system},
+        {"archive", {"platform/posix"}},
+        {"plist/", {"foundation"}},
+        {"openssl/", {"foundation"}},
+        {"filesystem", {"platform"}},
+        {"pugi", {"changes", "host", "backup"}},
+        {"zlib", {"changes"}},
+        {"curl/", {"sync"}},
+    };
+    return headers;
+}
 
 bool isBelow(std::string_view path, std::string_view folder) {
     return path.starts_with(folder) && path.substr(folder.size()).starts_with('/');
@@ -68,13 +80,14 @@ std::string mayOnlyInclude(const Layer& layer) {
 }
 
 std::string brokenSystemRule(std::string_view path, std::string_view name) {
-    for (const Confined& confined : confinedHeaders) {
+    for (const Confined& confined : confinedHeaders()) {
         const bool isMeant = confined.prefix == "filesystem" ? name == confined.prefix
                                                              : name.starts_with(confined.prefix);
-        if (isMeant && !isBelow(path, confined.folder)) {
-            return "<" + std::string(name) + "> may be included only in " +
-                   std::string(confined.folder);
-        }
+        const auto holds = [&](const std::string& folder) { return isBelow(path, folder); };
+        if (!isMeant || std::ranges::any_of(confined.folders, holds)) continue;
+        std::string rule = "<" + std::string(name) + "> may be included only in";
+        for (const std::string& folder : confined.folders) rule += " " + folder;
+        return rule;
     }
     return {};
 }

@@ -25,7 +25,7 @@ TEST_F(ChangesTest, TellsOfEveryVersionWithItsNote) {
     EXPECT_EQ(told.status, ExitStatus::done) << told.messages;
     EXPECT_THAT(told.output, HasSubstr("\n  (Base version)\nCut.00002.xml"));
     EXPECT_THAT(told.output, HasSubstr("\n  No change\n  Note: for the client\n"));
-    EXPECT_EQ(run({"changes", "Cut", "--json"}).output, R"([
+    EXPECT_EQ(run({"changes", "Cut", "--json"}).output, R"json([
   {
     "changes": [
       "(Base version)"
@@ -44,7 +44,7 @@ TEST_F(ChangesTest, TellsOfEveryVersionWithItsNote) {
     "version": 2
   }
 ]
-)");
+)json");
 }
 
 TEST_F(ChangesTest, SaysWhenThereIsNothingToTell) {

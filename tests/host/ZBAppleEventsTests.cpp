@@ -297,7 +297,7 @@ TEST_F(ZBAppleEventsWithoutFinalCutTest, WhatIsNotInstalledIsNotLaunched) {
         fake.console.reported(),
         ElementsAre(notRunning, "Error sending AppleEvent", noAnswer, notRunning,
                     "Error sending AppleEvent", notRunning, "Error sending AppleEvent", noAnswer));
-    EXPECT_THAT(fake.applications.openedFiles(), IsEmpty());
+    EXPECT_THAT(fake.applications.opened(), IsEmpty());
 }
 
 TEST(ZBAppleEventsTextTest, CutsOneZeroByteOff) {
