@@ -5,8 +5,8 @@
 namespace larkspan {
 namespace {
 
-constexpr size_t longestShown = 2'000;           // characters
-constexpr size_t mostBytes = 256 * 1024 * 1024;  // of all sentences
+constexpr size_t longestShown = 2'000;                   // characters
+constexpr size_t mostBytes = size_t{256} * 1024 * 1024;  // of all sentences
 
 }  // namespace
 

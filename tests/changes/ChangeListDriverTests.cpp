@@ -14,6 +14,12 @@ using ::testing::StartsWith;
 
 class ChangeListDriverTest : public testing::DriverTest {};
 
+std::string bytes(size_t size) {
+    std::string content;
+    content.resize(size, 'x');
+    return content;
+}
+
 const Sentences tooLarge{
     "Project file size exceeds 80 MB and will not be processed. To reduce file sizes, go to the "
     "Projects tab and change Backup from \"Entire Project\" to a specific sequence."};
@@ -96,11 +102,11 @@ TEST_F(ChangeListDriverTest, OnlyRenditionsAreCompared) {
 TEST_F(ChangeListDriverTest, TheLimitOfSizeIsThatOfTheReportedFile) {
     addVersion("a.1.xml", project("1"));
     addVersion("a.2.xml", project("2"));
-    writeFile(versionFile("a.2.fcp"), std::string(83'886'080, 'x'));
+    writeFile(versionFile("a.2.fcp"), bytes(83'886'080));
     const auto refused = driver->changelistForFile(versionFile("a.2.xml"), versionFile("a.1.xml"));
     EXPECT_EQ(changelist(refused), tooLarge);
     EXPECT_EQ(refused->at("noProcess"), Value(true));
-    writeFile(versionFile("a.2.fcp"), std::string(83'886'079, 'x'));
+    writeFile(versionFile("a.2.fcp"), bytes(83'886'079));
     const auto compared = driver->changelistForFile(versionFile("a.2.xml"), versionFile("a.1.xml"));
     EXPECT_EQ(changelist(compared).size(), 2U);
     EXPECT_FALSE(compared->contains("noProcess"));
@@ -307,7 +313,7 @@ TEST_F(ProjectWalkTest, GoesThroughAllVersions) {
 TEST_F(ProjectWalkTest, AVersionThatIsTooLargeBreaksTheChain) {
     addVersion("1.xml", project("1"));
     addVersion("2.xml", project("2"));
-    writeFile(versionFile("2.fcp"), std::string(83'886'080, 'x'));
+    writeFile(versionFile("2.fcp"), bytes(83'886'080));
     addVersion("3.xml", project("3"));
     addVersion("4.xml", project("4"));
     const auto all = lists(driver->changelistForProject(Path("/P")));

@@ -7,7 +7,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using testing::filled;
-using ::testing::IsSupersetOf;
 using testing::Sentences;
 
 class PremiereSentencesTest : public testing::ChangeListTest {
