@@ -217,8 +217,8 @@ bool ZBAuthorization::authTrashFile(const Path& path, DeleteOnRootAccount delete
 bool ZBAuthorization::authTrashFolderContents(const Path& path,
                                               DeleteOnRootAccount deleteOnRootAccount) {
     if (ZBLocalPaths::leadsToSystemDirectory(path)) {
-        reportToConsole("Unable to trash folder contents of path %@ because it is a system directory.",
-               path);
+        reportToConsole(
+            "Unable to trash folder contents of path %@ because it is a system directory.", path);
         return false;
     }
     const bool keeps =
@@ -234,7 +234,8 @@ bool ZBAuthorization::authTrashFolderContents(const Path& path,
 
 bool ZBAuthorization::authMoveFolderContents(const Path& path, const Path& toPath) {
     if (ZBLocalPaths::leadsToSystemDirectory(path)) {
-        reportToConsole("Unable to move contents of path %@ because it is a system directory.", path);
+        reportToConsole("Unable to move contents of path %@ because it is a system directory.",
+                        path);
         return false;
     }
     bool all = isPlain(path) && isPlain(toPath);

@@ -3,8 +3,8 @@
 #include "foundation/Error.h"
 #include "platform/Archives.h"
 
-#include <clocale>
 #include <cerrno>
+#include <clocale>
 #include <memory>
 #include <string>
 
