@@ -41,6 +41,7 @@ constexpr std::array confinedHeaders = {
     Confined{"glib", "platform/linux"},        Confined{"gio/", "platform/linux"},
     Confined{"gobject/", "platform/linux"},    Confined{"gmodule", "platform/linux"},
     Confined{"gdk-pixbuf/", "platform/linux"}, Confined{"plist/", "foundation"},
+    Confined{"curl/", "sync"},                 Confined{"nlohmann/", "sync"},
     Confined{"filesystem", "platform"},
 };
 
