@@ -17,8 +17,10 @@ constexpr size_t longestReason = 200;
 
 std::string text(const Json& json, bool asciiOnly) {
     std::string result = json.dump(-1, ' ', asciiOnly, Json::error_handler_t::replace);
-    // The one ASCII character that neither JSON escapes nor a header may hold.
-    return replacingAll(result, "\x7f", "\\u007f");
+    if (!asciiOnly) return result;
+    // The one ASCII character that neither JSON escapes nor a header may hold, and the one that
+    // some servers read as the start of an escape sequence.
+    return replacingAll(replacingAll(result, "\x7f", "\\u007f"), "%", "\\u0025");
 }
 
 Json commitOf(const RemotePath& path, const std::optional<std::string>& parentRevision) {
@@ -133,8 +135,7 @@ long codeFor(long status, const std::string& reason) {
 }
 
 std::string describeFailure(const HttpAnswer& answer, const std::string& reason) {
-    std::string words =
-        "The cloud service answered with status " + std::to_string(answer.status);
+    std::string words = "The cloud service answered with status " + std::to_string(answer.status);
     if (!reason.empty()) words += " (" + reason + ")";
     words += ".";
     const long wait = integerValue(answer.header("retry-after"));

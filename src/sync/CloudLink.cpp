@@ -40,8 +40,8 @@ CloudLink::CloudLink(const DBSession& session, CloudSettings settings)
       verifier_(generateUUID() + generateUUID()) {}
 
 std::string CloudLink::address() const {
-    return settings_.webAddress + "/oauth2/authorize?client_id=" +
-           cloudarguments::percentEncoded(appKey_) +
+    return settings_.webAddress +
+           "/oauth2/authorize?client_id=" + cloudarguments::percentEncoded(appKey_) +
            "&response_type=code&token_access_type=offline&code_challenge_method=S256"
            "&code_challenge=" +
            challengeOf(verifier_.text());
@@ -54,11 +54,10 @@ Result<CloudAccount> CloudLink::finish(std::string&& code, CancelFlag& cancel) c
                                         {"code_verifier", verifier_.text()},
                                         {"client_id", appKey_}});
     HttpClient client(settings_);
-    auto answer = client.post(
-        {.address = settings_.apiAddress + "/oauth2/token",
-         .headers = {"Content-Type: application/x-www-form-urlencoded"},
-         .form = &form},
-        cancel);
+    auto answer = client.post({.address = settings_.apiAddress + "/oauth2/token",
+                               .headers = {"Content-Type: application/x-www-form-urlencoded"},
+                               .form = &form},
+                              cancel);
     if (!answer) return answer.error();
     if (answer->status != 200) return cloudanswers::tokenFailure(*answer);
     auto token = cloudanswers::token(std::move(answer->body));

@@ -1,5 +1,6 @@
 #include "sync/CloudService.h"
 
+#include "foundation/Text.h"
 #include "foundation/Uuid.h"
 #include "platform/FileStreams.h"
 #include "platform/Files.h"
@@ -64,7 +65,10 @@ class CloudService::Source {
 };
 
 CloudService::CloudService(const DBSession& session, CloudSettings settings, CancelFlag& cancel)
-    : appKey_(session.appKey), settings_(std::move(settings)), cancel_(cancel), client_(settings_) {}
+    : appKey_(session.appKey),
+      settings_(std::move(settings)),
+      cancel_(cancel),
+      client_(settings_) {}
 
 std::optional<Error> CloudService::refreshToken() {
     const auto account = cloudaccounts::load();
@@ -96,7 +100,10 @@ Result<HttpAnswer> CloudService::send(HttpRequest request) {
         auto answer = client_.post(request, cancel_);
         if (!answer || answer->status == 200) return answer;
         if (answer->status != cloudstatus::unauthorized || isLast) {
-            return cloudanswers::failure(*answer);
+            Error error = cloudanswers::failure(*answer);
+            // Whatever a server repeats.
+            error.description = replacingAll(error.description, accessToken_->text(), "(token)");
+            return error;
         }
         accessToken_.reset();
     }
@@ -113,13 +120,13 @@ Result<HttpAnswer> CloudService::sendContent(const std::string& operation,
                                              const std::string& arguments, HttpBody body,
                                              const Progress& progress) {
     const std::uint64_t size = body.size;
-    return send({.address = settings_.contentAddress + "/2/" + operation,
-                 .headers = {"Content-Type: application/octet-stream",
-                             "Dropbox-API-Arg: " + arguments},
-                 .body = std::move(body),
-                 .progress = [&](std::uint64_t sent, std::uint64_t, std::uint64_t) {
-                     progress(share(sent, size));
-                 }});
+    return send(
+        {.address = settings_.contentAddress + "/2/" + operation,
+         .headers = {"Content-Type: application/octet-stream", "Dropbox-API-Arg: " + arguments},
+         .body = std::move(body),
+         .progress = [&](std::uint64_t sent, std::uint64_t, std::uint64_t) {
+             progress(share(sent, size));
+         }});
 }
 
 Result<DBMetadata> CloudService::uploadFile(const Path& file, const RemotePath& toPath,
@@ -131,9 +138,8 @@ Result<DBMetadata> CloudService::uploadFile(const Path& file, const RemotePath& 
         if (source->size() > settings_.largestSingleUpload) {
             return uploadInChunks(*source, toPath, parentRevision, progress);
         }
-        auto answer =
-            sendContent("files/upload", cloudarguments::upload(toPath, parentRevision),
-                        source->piece(0, source->size()), progress);
+        auto answer = sendContent("files/upload", cloudarguments::upload(toPath, parentRevision),
+                                  source->piece(0, source->size()), progress);
         if (!answer) return answer.error();
         return cloudanswers::metadata(answer->body);
     }();
@@ -156,12 +162,12 @@ Result<DBMetadata> CloudService::uploadInChunks(Source& source, const RemotePath
             session.empty() ? "{}"
             : isLast        ? cloudarguments::finish(session, offset, toPath, parentRevision)
                             : cloudarguments::append(session, offset);
-        auto answer = sendContent(
-            "files/upload_session/" + operation, arguments, source.piece(offset, length),
-            [&](double done) {
-                const auto sent = static_cast<double>(offset) + done * static_cast<double>(length);
-                progress(sent / static_cast<double>(source.size()));
-            });
+        auto answer = sendContent("files/upload_session/" + operation, arguments,
+                                  source.piece(offset, length), [&](double done) {
+                                      const auto sent = static_cast<double>(offset) +
+                                                        done * static_cast<double>(length);
+                                      progress(sent / static_cast<double>(source.size()));
+                                  });
         if (!answer) return answer.error();
         if (!session.empty() && isLast) return cloudanswers::metadata(answer->body);
         if (session.empty()) {
@@ -227,8 +233,9 @@ Result<DBMetadata> CloudService::receive(const RemotePath& path, const Path& int
         {.address = settings_.contentAddress + "/2/files/download",
          .headers = {"Content-Type: text/plain", "Dropbox-API-Arg: " + cloudarguments::path(path)},
          .take = take,
-         .progress = [&](std::uint64_t, std::uint64_t received,
-                         std::uint64_t whole) { progress(share(received, whole)); }});
+         .progress = [&](std::uint64_t, std::uint64_t received, std::uint64_t whole) {
+             progress(share(received, whole));
+         }});
     if (!answer) return answer.error();
     return cloudanswers::metadata(answer->header("dropbox-api-result"));
 }

@@ -55,7 +55,7 @@ class DBRestClient {
     const std::shared_ptr<const DBSession> session_;
     const CloudSettings settings_;
     DBRestClientDelegate* delegate_ = nullptr;
-    std::shared_ptr<DBRestClient*> self_;       // lives as long as this does
+    std::shared_ptr<DBRestClient*> self_;      // lives as long as this does
     const std::weak_ptr<DBRestClient*> weak_;  // for other threads, which must not prolong that
     CancelFlag cancel_;
     std::unique_ptr<CloudService> service_;  // on the thread only

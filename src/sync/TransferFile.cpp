@@ -68,10 +68,10 @@ TransferFile::TransferFile(Path path) : path_(std::move(path)) {
         return;
     }
     record_ = *folder / (generateUUID() + ".plist");
-    problem_ = savePropertyList(
-        Value::Dictionary{{pathKey, path_.str()},
-                          {processKey, current().applications.currentProcessID()}},
-        *record_);
+    problem_ =
+        savePropertyList(Value::Dictionary{{pathKey, path_.str()},
+                                           {processKey, current().applications.currentProcessID()}},
+                         *record_);
 }
 
 TransferFile::~TransferFile() {

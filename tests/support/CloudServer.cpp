@@ -1,4 +1,4 @@
-#include "cloud_support/CloudServer.h"
+#include "support/CloudServer.h"
 
 #include "foundation/Digest.h"
 #include "foundation/Guarded.h"
@@ -8,9 +8,9 @@
 #include <stdexcept>
 #include <thread>
 
-#define CPPHTTPLIB_OPENSSL_SUPPORT
 #include <httplib.h>
 #include <nlohmann/json.hpp>
+#include <openssl/evp.h>
 
 namespace larkspan::testing {
 namespace {
@@ -48,7 +48,11 @@ struct State {
 };
 
 std::string base64(std::string_view bytes) {
-    std::string text = httplib::detail::base64_encode(std::string(bytes));
+    std::string text(bytes.size() / 3 * 4 + 5, '\0');
+    const int length = EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()),
+                                       reinterpret_cast<const unsigned char*>(bytes.data()),
+                                       static_cast<int>(bytes.size()));
+    text.resize(static_cast<size_t>(length));
     std::replace(text.begin(), text.end(), '+', '-');
     std::replace(text.begin(), text.end(), '/', '_');
     while (text.ends_with('=')) text.pop_back();
@@ -189,8 +193,8 @@ struct CloudServer::Server {
         const std::string path = arguments.at("path");
         const auto found = known.files.find(path);
         if (found == known.files.end()) return refuse(response, 409, "path/not_found/.");
-        response.set_header("Dropbox-API-Result", metadata(path, found->second)
-                                                      .dump(-1, ' ', true));
+        response.set_header("Dropbox-API-Result",
+                            metadata(path, found->second).dump(-1, ' ', true));
         response.set_content(found->second.bytes, "application/octet-stream");
     }
 
@@ -381,8 +385,9 @@ bool CloudServer::isRevoked() const {
 
 void CloudServer::put(const std::string& path, const std::string& bytes,
                       const std::string& modified) {
-    server_->state.with(
-        [&](State& known) { known.files[path] = {bytes, bytes.size(), modified, false}; });
+    server_->state.with([&](State& known) {
+        known.files[path] = {bytes, bytes.size(), modified, false};
+    });
 }
 
 void CloudServer::putFolder(const std::string& path) {
