@@ -60,7 +60,7 @@ int runHelper(platform::LinuxPlatform& system, Mode mode) {
     if (mode == Mode::once) {
         // Behind the two runs that set-up queued. Transfers that wait for their turn would be lost.
         queue.addOperation([&mainThread, &delegate] {
-            delegate.controller()->whenTransfersAreStarted(
+            delegate.controller()->backupController().whenTransfersAreStarted(
                 [&mainThread] { mainThread.post([&mainThread] { mainThread.stop(); }); });
         });
     }

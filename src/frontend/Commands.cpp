@@ -37,9 +37,12 @@ std::vector<const Command*> commandsOfGroup(std::string_view word) {
 }  // namespace
 
 std::span<const Command* const> allCommands() {
-    static constexpr std::array<const Command*, 10> commands{
-        &watchAddCommand, &watchListCommand, &watchRemoveCommand, &scanCommand,  &statusCommand,
-        &projectsCommand, &versionsCommand,  &pruneCommand,       &prefsCommand, &runCommand};
+    static constexpr std::array<const Command*, 17> commands{
+        &watchAddCommand,     &watchListCommand,  &watchRemoveCommand, &scanCommand,
+        &statusCommand,       &projectsCommand,   &versionsCommand,    &pruneCommand,
+        &syncLinkCommand,     &syncUnlinkCommand, &syncStatusCommand,  &syncListCommand,
+        &syncDownloadCommand, &prefsCommand,      &runCommand,         &uploadCommand,
+        &removeRemoteCommand};
     return commands;
 }
 

@@ -20,6 +20,13 @@ extern const Command versionsCommand;
 extern const Command pruneCommand;
 extern const Command prefsCommand;
 extern const Command runCommand;
+extern const Command syncLinkCommand;
+extern const Command syncUnlinkCommand;
+extern const Command syncStatusCommand;
+extern const Command syncListCommand;
+extern const Command syncDownloadCommand;
+extern const Command uploadCommand;
+extern const Command removeRemoteCommand;
 
 // In the order of the help.
 std::span<const Command* const> allCommands();

@@ -182,7 +182,7 @@ void CloudMirror::uploadedFile(DBRestClient&, const RemotePath&, const Path& fro
     uploadEnded();
     if (uploadProcess_) {
         uploadProcess_->setBadge("");
-        uploadProcess_->terminate();
+        uploadProcess_->terminate("");
     } else {
         post("ZBLarkspanSyncComplete", Value::Dictionary{{"filename", from.str()}});
     }
@@ -220,7 +220,7 @@ void CloudMirror::showUploadFailure(const Error& error) const {
         ZBGrowl::postGrowlNotification("Dropbox upload failed", message, "", "Backup failed");
     }
     uploadProcess_->setBadge("");
-    uploadProcess_->terminate();
+    uploadProcess_->terminate(message);
 }
 
 // ---- removals ----

@@ -19,8 +19,8 @@ namespace larkspan {
 struct UploadProcess {
     // Shows how far it has come, "42%"; "" when there is nothing to show any more.
     std::function<void(const std::string& badge)> setBadge = {};
-    // Ends the application.
-    std::function<void()> terminate = {};
+    // Ends the application; `problem` is what went wrong, "" when nothing did.
+    std::function<void(const std::string& problem)> terminate = {};
 };
 
 // Keeps the versions of the store in the cloud as well. Nothing happens unless the preference

@@ -34,9 +34,10 @@ std::optional<Path> recordFolder() {
 // removed for what they say.
 bool isTransferFile(const Path& path) {
     const auto facts = current().files.linkInfo(path);
-    if (!facts || !facts->isFile()) return false;
+    if (!facts || (!facts->isFile() && !facts->isFolder())) return false;
     const std::string name = path.lastPathComponent();
-    const bool isArchive = name.ends_with(".zip") && path.isWithin(ZBLocalPaths::tempDirectory());
+    const bool isArchive =
+        facts->isFile() && name.ends_with(".zip") && path.isWithin(ZBLocalPaths::tempDirectory());
     return isArchive || name.starts_with(partialDownloadPrefix);
 }
 

@@ -10,7 +10,8 @@ namespace larkspan {
 
 inline constexpr std::string_view partialDownloadPrefix = ".larkspan-download-";
 
-// A file that exists for a transfer only: an archive to be uploaded, a download that has not ended.
+// A file, or a folder, that exists for a transfer only: an archive to be uploaded, a download that
+// has not ended, what is being unpacked.
 // It is written down before it is made, so that what a killed process left is found and removed
 // later. The file itself is made by others.
 class TransferFile {

@@ -73,8 +73,9 @@ class CloudMirrorTest : public testing::CloudTest {
         mirror.setUploadProcess(
             {.setBadge = [this](const std::string& badge) { badges.push_back(badge); },
              .terminate =
-                 [this] {
+                 [this](const std::string& problem) {
                      ++terminations;
+                     problems.push_back(problem);
                      fake.mainThread.stop();
                  }});
         const int before = terminations;
@@ -88,6 +89,7 @@ class CloudMirrorTest : public testing::CloudTest {
     std::vector<NotificationCenter::Notification> progress;
     std::vector<std::string> badges;
     int terminations = 0;
+    std::vector<std::string> problems;
     CloudMirror mirror;
 };
 
@@ -156,6 +158,7 @@ TEST_F(CloudMirrorTest, AnUploadProcessShowsItsProgressAndEnds) {
     ASSERT_GE(badges.size(), 2U);
     EXPECT_EQ(badges[badges.size() - 2], "100%");
     EXPECT_EQ(badges.back(), "");
+    EXPECT_THAT(problems, ElementsAre(""));
     EXPECT_THAT(posted, IsEmpty());
     EXPECT_THAT(progress, IsEmpty());
 }
@@ -179,6 +182,7 @@ TEST_F(CloudMirrorTest, AnUploadProcessSaysWhatToMakeOfAFailure) {
                     HasSubstr("Dropbox upload failed: " + prefix +
                               "The cloud service answered with status " + std::to_string(status)));
         EXPECT_EQ(badges.back(), "");
+        EXPECT_THAT(problems.back(), StartsWith(prefix + "The cloud service"));
     }
 }
 
