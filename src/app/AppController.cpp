@@ -41,6 +41,7 @@ AppController::AppController()
     ZBLog::createNewLog();
     endOtherInstances();
     backupController_ = std::make_unique<ZBLarkspanBackup>();
+    ZBLarkspanBackup::clearTransferLeftovers();
     vendConnection();
     observeWorkspace();
 }

@@ -58,9 +58,11 @@ int runHelper(platform::LinuxPlatform& system, Mode mode) {
     delegate.applicationDidFinishLaunching();
     ScanQueue& queue = delegate.controller()->scanQueue();
     if (mode == Mode::once) {
-        // Behind the two runs that set-up queued.
-        queue.addOperation(
-            [&mainThread] { mainThread.post([&mainThread] { mainThread.stop(); }); });
+        // Behind the two runs that set-up queued. Transfers that wait for their turn would be lost.
+        queue.addOperation([&mainThread, &delegate] {
+            delegate.controller()->backupController().whenTransfersAreStarted(
+                [&mainThread] { mainThread.post([&mainThread] { mainThread.stop(); }); });
+        });
     }
     mainThread.run();
 

@@ -153,8 +153,44 @@ void ZBLarkspanBackup::takeScreenshot(const Path& folder, const std::string& fil
     larkspan::takeScreenshot(folder, filename, backupNumber);
 }
 
-void ZBLarkspanBackup::uploadFileToCloud(const Path&) {}
+DBRestClient* ZBLarkspanBackup::restClient() {
+    return mirror_.restClient();
+}
 
-void ZBLarkspanBackup::removeSyncedFiles(const std::vector<Path>&) {}
+void ZBLarkspanBackup::removeRestClient() {
+    mirror_.removeRestClient();
+}
+
+void ZBLarkspanBackup::uploadFileToCloud(const Path& version) {
+    mirror_.uploadFileToCloud(version);
+}
+
+void ZBLarkspanBackup::downloadFile(const RemotePath& file, const Path& toPath) {
+    mirror_.downloadFile(file, toPath);
+}
+
+void ZBLarkspanBackup::removeSyncedFiles(const std::vector<Path>& versions) {
+    mirror_.removeSyncedFiles(versions);
+}
+
+void ZBLarkspanBackup::removeSyncedProjects(const std::vector<Path>& projects) {
+    mirror_.removeSyncedProjects(projects);
+}
+
+void ZBLarkspanBackup::loadSyncedFileListForProjectUUID(const std::string& project) {
+    mirror_.loadSyncedFileListForProjectUUID(project);
+}
+
+void ZBLarkspanBackup::setUploadProcess(UploadProcess process) {
+    mirror_.setUploadProcess(std::move(process));
+}
+
+void ZBLarkspanBackup::whenTransfersAreStarted(std::function<void()> call) {
+    mirror_.whenTransfersAreStarted(std::move(call));
+}
+
+void ZBLarkspanBackup::clearTransferLeftovers() {
+    (void)TransferFile::clearLeftovers();
+}
 
 }  // namespace larkspan

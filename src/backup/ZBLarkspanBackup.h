@@ -13,7 +13,9 @@
 #include "foundation/Error.h"
 #include "foundation/Path.h"
 #include "foundation/Value.h"
+#include "sync/CloudMirror.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -101,14 +103,34 @@ class ZBLarkspanBackup {
     // Stops such work where there is a user interface. Any thread.
     void setProcessingCancelled(bool cancelled) { changes_.processingCancelled = cancelled; }
 
-    // ---- not carried out yet: each is called at its place and does nothing ----
+    // ---- the mirror in the cloud: nothing happens unless it is switched on ----
+    //
+    // In the front-end for the main thread, and what becomes of it comes as notifications (see
+    // CloudMirror); in the helper for any thread, and a process of the front-end does it.
 
-    // Will hand a new version to the cloud when synchronisation is on.
+    // The client of the service, made on first use; null while no account is linked.
+    DBRestClient* restClient();
+    // Lets the client go, with whatever it is doing; the next use makes a new one.
+    void removeRestClient();
+    // Hands a new version to the cloud.
     void uploadFileToCloud(const Path& version);
-    // Will remove the copies of versions in the cloud.
+    // Fetches a file from there into a new file.
+    void downloadFile(const RemotePath& file, const Path& toPath);
+    // Removes the copies of versions, given by their paths in the store.
     void removeSyncedFiles(const std::vector<Path>& versions);
+    // Removes all copies of projects, given by their folders in the store.
+    void removeSyncedProjects(const std::vector<Path>& projects);
+    // Asks which versions of a project lie there.
+    void loadSyncedFileListForProjectUUID(const std::string& project);
+    // Makes this a process that was started for one upload.
+    void setUploadProcess(UploadProcess process);
+    // In the helper: calls back, on any thread, once every transfer has been started.
+    void whenTransfersAreStarted(std::function<void()> call);
+    // Removes what transfers of killed processes left. Any thread.
+    static void clearTransferLeftovers();
 
   private:
+    CloudMirror mirror_;
     EngineState state_;
     ProjectList list_;
     ProjectCopy copy_;

@@ -23,6 +23,18 @@ void* newContext() {
     return context;
 }
 
+const EVP_MD* typeOf(Digest::Algorithm algorithm) {
+    switch (algorithm) {
+        case Digest::Algorithm::md5:
+            return EVP_md5();
+        case Digest::Algorithm::sha1:
+            return EVP_sha1();
+        case Digest::Algorithm::sha256:
+            return EVP_sha256();
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 void Digest::ContextRelease::operator()(void* context) const {
@@ -30,8 +42,7 @@ void Digest::ContextRelease::operator()(void* context) const {
 }
 
 Digest::Digest(Algorithm algorithm) : context_(newContext()) {
-    const EVP_MD* const type = algorithm == Algorithm::md5 ? EVP_md5() : EVP_sha1();
-    check(EVP_DigestInit_ex(openssl(context_.get()), type, nullptr));
+    check(EVP_DigestInit_ex(openssl(context_.get()), typeOf(algorithm), nullptr));
 }
 
 Digest::Digest(const Digest& other) : context_(newContext()) {
@@ -46,16 +57,21 @@ void Digest::add(std::string_view bytes) {
     check(EVP_DigestUpdate(openssl(context_.get()), bytes.data(), bytes.size()));
 }
 
-std::string Digest::hexadecimal() const {
+std::string Digest::bytes() const {
     const Digest finished(*this);
     std::array<unsigned char, EVP_MAX_MD_SIZE> bytes{};
     unsigned length = 0;
     check(EVP_DigestFinal_ex(openssl(finished.context_.get()), bytes.data(), &length));
+    return {bytes.begin(), bytes.begin() + length};
+}
+
+std::string Digest::hexadecimal() const {
     constexpr std::string_view digits = "0123456789abcdef";
     std::string text;
-    for (unsigned i = 0; i < length; ++i) {
-        text += digits[bytes[i] >> 4U];
-        text += digits[bytes[i] & 15U];
+    for (const char c : bytes()) {
+        const auto byte = static_cast<unsigned char>(c);
+        text += digits[byte >> 4U];
+        text += digits[byte & 15U];
     }
     return text;
 }

@@ -9,7 +9,7 @@ namespace larkspan {
 // A checksum in the making. Copies go on from where the original stands. One thread at a time.
 class Digest {
   public:
-    enum class Algorithm { md5, sha1 };
+    enum class Algorithm { md5, sha1, sha256 };
 
     explicit Digest(Algorithm algorithm);
     Digest(const Digest& other);
@@ -20,8 +20,10 @@ class Digest {
 
     void add(std::string_view bytes);
 
-    // Of all that was added: 32 lower-case hexadecimal digits for MD5, 40 for SHA-1. More can be
-    // added afterwards.
+    // Of all that was added: 16 bytes for MD5, 20 for SHA-1, 32 for SHA-256. More can be added
+    // afterwards.
+    std::string bytes() const;
+    // The same as lower-case hexadecimal digits, two for each byte.
     std::string hexadecimal() const;
 
   private:

@@ -6,7 +6,9 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace larkspan {
@@ -22,6 +24,9 @@ struct Context {
     // Calls back on the main thread when the user, or the system, asks the program to end, for as
     // long as what it returns is kept. Until it is called such a request ends the program at once.
     std::function<std::shared_ptr<void>(std::function<void()> asked)> onTermination;
+
+    // A line that the user types, without its end; empty at the end of the input.
+    std::function<std::optional<std::string>()> readLine = {};
 };
 
 enum class Listed { no, yes };

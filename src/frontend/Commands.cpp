@@ -37,10 +37,12 @@ std::vector<const Command*> commandsOfGroup(std::string_view word) {
 }  // namespace
 
 std::span<const Command* const> allCommands() {
-    static constexpr std::array<const Command*, 12> commands{
-        &watchAddCommand, &watchListCommand, &watchRemoveCommand, &scanCommand,
-        &statusCommand,   &projectsCommand,  &versionsCommand,    &changesCommand,
-        &diffCommand,     &pruneCommand,     &prefsCommand,       &runCommand};
+    static constexpr std::array<const Command*, 19> commands{
+        &watchAddCommand,   &watchListCommand, &watchRemoveCommand,  &scanCommand,
+        &statusCommand,     &projectsCommand,  &versionsCommand,     &changesCommand,
+        &diffCommand,       &pruneCommand,     &syncLinkCommand,     &syncUnlinkCommand,
+        &syncStatusCommand, &syncListCommand,  &syncDownloadCommand, &prefsCommand,
+        &runCommand,        &uploadCommand,    &removeRemoteCommand};
     return commands;
 }
 

@@ -22,6 +22,13 @@ extern const Command pruneCommand;
 extern const Command diffCommand;
 extern const Command prefsCommand;
 extern const Command runCommand;
+extern const Command syncLinkCommand;
+extern const Command syncUnlinkCommand;
+extern const Command syncStatusCommand;
+extern const Command syncListCommand;
+extern const Command syncDownloadCommand;
+extern const Command uploadCommand;
+extern const Command removeRemoteCommand;
 
 // In the order of the help.
 std::span<const Command* const> allCommands();

@@ -43,6 +43,9 @@ constexpr std::array table{
     KnownPreference{"removalType", integer, "0", "Removed versions: 0 to the Trash, 1 for good."},
     KnownPreference{"syncService", integer, "", "1 copies versions to Dropbox.", yes},
     KnownPreference{"syncDeleteRemoteFiles", onOff, "1", "Remove versions in the cloud as well."},
+    KnownPreference{"syncAPIAddress", text, "", "Address of a stand-in for the cloud service."},
+    KnownPreference{"syncContentAddress", text, "", "The same for files."},
+    KnownPreference{"syncWebAddress", text, "", "The same for its pages."},
     KnownPreference{"lastRestoredProject", text, "", "Written by a restore."},
     KnownPreference{"lastRestoreDate", date, "", "Written by a restore."},
 };

@@ -23,15 +23,30 @@ std::string withStyle(Style style, std::string_view text) {
 
 }  // namespace
 
+void Output::progress(std::string_view text) {
+    if (!messages_.isTerminal) return;
+    endProgress();
+    messages_.stream << text << std::flush;
+    showsProgress_ = !text.empty();
+}
+
+void Output::endProgress() {
+    if (showsProgress_) messages_.stream << "\r\x1b[K" << std::flush;
+    showsProgress_ = false;
+}
+
 void Output::line(std::string_view text) {
+    endProgress();
     results_.stream << text << '\n' << std::flush;
 }
 
 void Output::message(std::string_view text) {
+    endProgress();
     messages_.stream << text << '\n' << std::flush;
 }
 
 void Output::error(std::string_view text, std::string_view advice) {
+    endProgress();
     const std::string name = "larkspan:";
     messages_.stream << (messages_.hasColour ? withStyle(Style::bad, name) : name) << ' ' << text
                      << '\n';

@@ -14,6 +14,7 @@ class Output {
     struct Stream {
         std::ostream& stream;
         bool hasColour = false;
+        bool isTerminal = false;
     };
 
     Output(Stream results, Stream messages) : results_(results), messages_(messages) {}
@@ -22,6 +23,9 @@ class Output {
     void line(std::string_view text = "");
     // One line for the person at the terminal.
     void message(std::string_view text);
+    // One line that the next one replaces, for the person at the terminal; nothing where messages
+    // go elsewhere. "" takes it away.
+    void progress(std::string_view text);
     // "larkspan: text", and below it what to do next.
     void error(std::string_view text, std::string_view advice = "");
 
@@ -32,8 +36,11 @@ class Output {
     bool hasReader() const { return results_.stream.good(); }
 
   private:
+    void endProgress();
+
     Stream results_;
     Stream messages_;
+    bool showsProgress_ = false;
 };
 
 }  // namespace larkspan

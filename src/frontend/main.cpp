@@ -9,8 +9,10 @@
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <limits.h>
@@ -24,9 +26,18 @@ std::string_view environment(const char* name) {
     return value ? value : "";
 }
 
-bool hasColour(int descriptor) {
-    return isatty(descriptor) == 1 && environment("NO_COLOR").empty() &&
-           environment("TERM") != "dumb";
+bool isTerminal(int descriptor) {
+    return isatty(descriptor) == 1 && environment("TERM") != "dumb";
+}
+
+Output::Stream streamOn(int descriptor, std::ostream& stream) {
+    const bool isShown = isTerminal(descriptor);
+    return {stream, isShown && environment("NO_COLOR").empty(), isShown};
+}
+
+std::optional<std::string> readLine() {
+    std::string line;
+    return std::getline(std::cin, line) ? std::optional(std::move(line)) : std::nullopt;
 }
 
 // The folder as the shell shows it, with its links unresolved, while that still names it.
@@ -43,15 +54,16 @@ Path currentDirectory(platform::Files& files) {
 int runFrontEndOnLinux(const std::vector<std::string>& arguments) {
     platform::LinuxPlatform services;
     const platform::ScopedPlatform installed(services.platform());
-    Output output({std::cout, hasColour(STDOUT_FILENO)}, {std::cerr, hasColour(STDERR_FILENO)});
+    Output output(streamOn(STDOUT_FILENO, std::cout), streamOn(STDERR_FILENO, std::cerr));
     Context context{output, currentDirectory(services.platform().files),
                     [&](const std::function<void()>& asked) -> std::shared_ptr<void> {
                         return std::make_shared<platform::TerminationSignals>(
                             services.mainThread(), [asked](int) { asked(); });
-                    }};
-    const ExitStatus status = runFrontEnd(arguments, context);
+                    },
+                    readLine};
+    const int status = static_cast<int>(runFrontEnd(arguments, context));
     ZBLog::discardSharedController();
-    return static_cast<int>(status);
+    return status;
 }
 
 }  // namespace

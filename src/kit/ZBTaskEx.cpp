@@ -112,6 +112,16 @@ void ZBTaskEx::runTaskAndReturn(const Path& path, const Arguments& arguments) {
     (void)launch({.launchPath = path, .arguments = arguments}, nullptr, Print::no);
 }
 
+std::shared_ptr<Process> ZBTaskEx::runLastingTaskAndReturn(const Path& path,
+                                                           const Arguments& arguments) {
+    if (!mayBeLaunched(path)) return nullptr;
+    return launch({.launchPath = path,
+                   .arguments = arguments,
+                   .output = Stream::pipe,
+                   .group = platform::ProcessGroup::own},
+                  nullptr, Print::no);
+}
+
 std::optional<Data> ZBTaskEx::dataFromTask(const Path& path, const Arguments& arguments,
                                            const DataTaskOptions& options) {
     if (!mayBeLaunched(path)) return std::nullopt;

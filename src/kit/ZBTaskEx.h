@@ -54,6 +54,10 @@ class ZBTaskEx {
     static void runTask(const Path& path, const Arguments& arguments, Seconds timeout);
     // Does not wait for its end.
     static void runTaskAndReturn(const Path& path, const Arguments& arguments = {});
+    // The same for a program that goes on whatever becomes of this process. Its standard output
+    // comes through the process that is returned and ends with it. Null when it did not start.
+    [[nodiscard]] static std::shared_ptr<platform::Process> runLastingTaskAndReturn(
+        const Path& path, const Arguments& arguments);
 
     // Everything it writes to standard output; when that is nothing, what it writes to standard
     // error. Standard output is read to its end before standard error is, so only programs with

@@ -22,8 +22,8 @@ class Archives {
     virtual ~Archives() = default;
 
     // Packs a file or a folder tree into a new archive, which appears under its name whole or not
-    // at all (EEXIST when something is there). Links are packed as links; devices, pipes and
-    // sockets are left out. Dates keep whole seconds.
+    // at all (EEXIST when something is there) and which nobody but the user can read. Links are
+    // packed as links; devices, pipes and sockets are left out. Dates keep whole seconds.
     virtual std::optional<Error> pack(const Path& source, const Path& archive,
                                       IncludeParent includeParent) = 0;
 

@@ -11,6 +11,7 @@ class Clock;
 class Connections;
 class Console;
 class CrashReports;
+class DockTile;
 class FileEvents;
 class Files;
 class FileStreams;
@@ -37,6 +38,7 @@ struct Platform {
     Connections& connections;
     Console& console;
     CrashReports& crashReports;
+    DockTile& dockTile;
     FileEvents& fileEvents;
     Files& files;
     Machine& machine;

@@ -13,6 +13,7 @@
 namespace larkspan::platform {
 
 enum class Stream { inherit, nullDevice, pipe };
+enum class ProcessGroup { shared, own };
 
 struct LaunchRequest {
     Path launchPath = {};  // absolute
@@ -24,6 +25,8 @@ struct LaunchRequest {
     std::shared_ptr<const Secret> inputText = {};
     Stream output = Stream::nullDevice;
     Stream error = Stream::nullDevice;
+    // A group of its own: what is typed at the terminal to end this process does not end it.
+    ProcessGroup group = ProcessGroup::shared;
 };
 
 // A child process. Thread safe: one thread may read or wait while another asks or terminates. It

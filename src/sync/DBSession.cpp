@@ -1,6 +1,7 @@
 #include "sync/DBSession.h"
 
 #include "foundation/Guarded.h"
+#include "sync/CloudAccount.h"
 
 #include <utility>
 
@@ -17,6 +18,11 @@ Guarded<std::shared_ptr<const DBSession>>& shared() {
 
 }  // namespace
 
+std::vector<std::string> DBSession::userIds() {
+    const auto account = cloudaccounts::load();
+    return account ? std::vector{account->userId} : std::vector<std::string>();
+}
+
 std::shared_ptr<const DBSession> DBSession::sharedSession() {
     return shared().copy();
 }
@@ -26,7 +32,10 @@ void DBSession::setSharedSession(std::shared_ptr<const DBSession> session) {
 }
 
 void DBSession::openSharedSessionIfWanted(const Preferences& frontEnd) {
-    if (frontEnd.integer("syncService", 0) != 1) return;
+    if (frontEnd.integer("syncService", 0) == 1) openSharedSession();
+}
+
+void DBSession::openSharedSession() {
     setSharedSession(std::make_shared<const DBSession>(
         DBSession{applicationKey, applicationSecret, kDBRootAppFolder}));
 }

@@ -53,6 +53,7 @@ const std::vector<Confined>& confinedHeaders() {
         {"pugi", {"changes", "host", "backup"}},
         {"zlib", {"changes"}},
         {"curl/", {"sync"}},
+        {"nlohmann/", {"sync"}},
     };
     return headers;
 }

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -36,11 +37,13 @@ class FrontEndTest : public FakePlatformTest {
     Outcome run(const std::vector<std::string>& arguments) {
         std::ostringstream results;
         std::ostringstream messages;
-        Output output({results}, {messages});
-        Context context{output, Path("/Work"), [this](std::function<void()> asked) {
+        Output output({results}, {messages, false, isTerminal});
+        Context context{output, Path("/Work"),
+                        [this](std::function<void()> asked) {
                             askToEnd = std::move(asked);
                             return std::make_shared<int>();
-                        }};
+                        },
+                        [this] { return std::exchange(typed, std::nullopt); }};
         const ExitStatus status = runFrontEnd(arguments, context);
         return {status, results.str(), messages.str()};
     }
@@ -97,6 +100,8 @@ class FrontEndTest : public FakePlatformTest {
     long runsQueued = 2;
     long runsEnded = 0;
     std::function<void()> askToEnd;
+    std::optional<std::string> typed;  // the next line that the user types
+    bool isTerminal = false;
 };
 
 }  // namespace larkspan::testing

@@ -74,6 +74,7 @@ class TaskFixture : public ::testing::Test {
                                 .connections = fake.connections,
                                 .console = console,
                                 .crashReports = fake.crashReports,
+                                .dockTile = fake.dockTile,
                                 .fileEvents = fake.fileEvents,
                                 .files = files,
                                 .machine = fake.machine,

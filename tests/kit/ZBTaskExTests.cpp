@@ -177,5 +177,14 @@ TEST_F(ZBTaskExPrograms, ALeftProgramRunsOn) {
     }));
 }
 
+TEST_F(ZBTaskExPrograms, ALastingProgramHasAProcessGroupOfItsOwnAndAnOutputThatEnds) {
+    const auto process = ZBTaskEx::runLastingTaskAndReturn(
+        Path("/usr/bin/cut"), {"-d", " ", "-f", "5", "/proc/self/stat"});
+    ASSERT_NE(process, nullptr);
+    EXPECT_EQ(process->readAvailableOutput(), std::to_string(process->processID()) + "\n");
+    EXPECT_EQ(process->readAvailableOutput(), "");
+    EXPECT_EQ(ZBTaskEx::runLastingTaskAndReturn(folder.path() / "none", {}), nullptr);
+}
+
 }  // namespace
 }  // namespace larkspan

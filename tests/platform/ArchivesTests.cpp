@@ -90,6 +90,7 @@ TYPED_TEST(ArchivesContract, AFileIsPackedByItsName) {
     ASSERT_FALSE(this->unpack());
     EXPECT_THAT(this->names("out"), ElementsAre("Cut.00003.fcp"));
     EXPECT_EQ(this->read("out/Cut.00003.fcp"), "cut");
+    EXPECT_EQ(this->scene.files.info(this->at("a.zip"))->permissions, 0600U);
 }
 
 TYPED_TEST(ArchivesContract, WhatStandsInTheWayStays) {

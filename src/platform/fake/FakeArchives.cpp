@@ -49,7 +49,8 @@ std::optional<Error> FakeArchives::pack(const Path& source, const Path& archive,
         waiting.pop_back();
         if (auto error = addEntry(files_, entry, packed, waiting)) return error;
     }
-    return files_.writeFileAtomically(archive, serializePropertyList(packed));
+    auto error = files_.writeFileAtomically(archive, serializePropertyList(packed));
+    return error ? error : files_.setPermissions(archive, 0600);
 }
 
 std::optional<Error> FakeArchives::unpack(const Path& archive, const Path& folder) {

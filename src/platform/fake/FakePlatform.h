@@ -10,6 +10,7 @@
 #include "platform/fake/FakeConnections.h"
 #include "platform/fake/FakeConsole.h"
 #include "platform/fake/FakeCrashReports.h"
+#include "platform/fake/FakeDockTile.h"
 #include "platform/fake/FakeFileEvents.h"
 #include "platform/fake/FakeFileStreams.h"
 #include "platform/fake/FakeFiles.h"
@@ -34,6 +35,7 @@ struct FakePlatform {
     FakeMainThread mainThread{clock};
     FakeConsole console;
     FakeCrashReports crashReports;
+    FakeDockTile dockTile;
     FakeMachine machine;
     FakeFiles files{clock};
     FaultyFiles faults{files};
@@ -66,6 +68,7 @@ struct FakePlatform {
                        .connections = connections,
                        .console = console,
                        .crashReports = crashReports,
+                       .dockTile = dockTile,
                        .fileEvents = fileEvents,
                        .files = faults,
                        .machine = machine,

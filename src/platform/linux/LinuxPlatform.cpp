@@ -6,6 +6,7 @@
 #include "platform/linux/LinuxBundles.h"
 #include "platform/linux/LinuxConnections.h"
 #include "platform/linux/LinuxCrashReports.h"
+#include "platform/linux/LinuxDockTile.h"
 #include "platform/linux/LinuxFileCalls.h"
 #include "platform/linux/LinuxFileEvents.h"
 #include "platform/linux/LinuxFiles.h"
@@ -54,6 +55,7 @@ struct LinuxPlatform::Services {
     LinuxScreen screen{processes};
     LinuxSessionEvents sessionEvents{mainThread};
     LinuxUserNotifications userNotifications;
+    LinuxDockTile dockTile;
     LinuxConnections connections{mainThread};
     LinuxFileEvents fileEvents{mainThread, fileEventsOptions()};
     Platform platform{.alerts = alerts,
@@ -65,6 +67,7 @@ struct LinuxPlatform::Services {
                       .connections = connections,
                       .console = console,
                       .crashReports = crashReports,
+                      .dockTile = dockTile,
                       .fileEvents = fileEvents,
                       .files = files,
                       .machine = machine,

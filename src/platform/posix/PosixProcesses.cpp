@@ -74,14 +74,17 @@ class FileActions {
 // Every signal at its default and none blocked, whatever this process does with them.
 class SpawnAttributes {
   public:
-    SpawnAttributes() {
+    explicit SpawnAttributes(ProcessGroup group) {
         posix_spawnattr_init(&attributes_);
         sigset_t signals;
         sigfillset(&signals);
         posix_spawnattr_setsigdefault(&attributes_, &signals);
         sigemptyset(&signals);
         posix_spawnattr_setsigmask(&attributes_, &signals);
-        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+        int flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
+        if (group == ProcessGroup::own) flags |= POSIX_SPAWN_SETPGROUP;
+        posix_spawnattr_setpgroup(&attributes_, 0);
+        posix_spawnattr_setflags(&attributes_, static_cast<short>(flags));
     }
     SpawnAttributes(const SpawnAttributes&) = delete;
     SpawnAttributes& operator=(const SpawnAttributes&) = delete;
@@ -128,7 +131,7 @@ int spawn(const LaunchRequest& request, FileActions& actions, pid_t& processID) 
         holdsZeroByte(environment)) {
         return EINVAL;
     }
-    const SpawnAttributes attributes;
+    const SpawnAttributes attributes(request.group);
     const std::vector<char*> environmentPointers = pointers(environment);
     return ::posix_spawn(&processID, request.launchPath.c_str(), &actions.get(), &attributes.get(),
                          pointers(arguments).data(),

@@ -210,7 +210,8 @@ std::optional<Error> ZipArchives::pack(const Path& source, const Path& archive,
     if (statusAt(place.folder.get(), place.name.c_str(), AT_SYMLINK_NOFOLLOW)) {
         return posixError(EEXIST, doing);
     }
-    constexpr mode_t mode = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
+    // What was closed to others does not become readable by being packed into an open folder.
+    constexpr mode_t mode = S_IRUSR | S_IWUSR;
     auto item =
         TemporaryItem::makeFile(calls_, place.folder.get(), temporaryCopyPrefix, mode, doing);
     if (!item) return item.error();

@@ -1,0 +1,312 @@
+#include "sync/CloudMirror.h"
+
+#include "foundation/NotificationCenter.h"
+#include "kit/ConsoleReport.h"
+#include "kit/Identifiers.h"
+#include "kit/ZBFileManager.h"
+#include "kit/ZBGrowl.h"
+#include "kit/ZBLocalPaths.h"
+#include "kit/ZBLog.h"
+#include "platform/Bundles.h"
+#include "platform/Clock.h"
+#include "platform/Files.h"
+#include "platform/MainThread.h"
+#include "sync/CloudErrors.h"
+
+#include <utility>
+
+namespace larkspan {
+namespace {
+
+constexpr size_t mostTransfersAtOnce = 4;
+// The system takes 128 KiB as one argument.
+constexpr size_t largestRemovalList = 100'000;
+constexpr Seconds betweenShownErrors{1800};
+constexpr const char* lastSyncErrorKey = "lastSyncError";
+
+platform::Platform& current() {
+    return platform::Platform::current();
+}
+
+bool isSyncOn(const Preferences& preferences) {
+    return preferences.integer("syncService", 0) == 1;
+}
+
+bool isFrontEnd() {
+    return current().bundles.mainBundle().identifier() == frontEndBundleIdentifier;
+}
+
+// In the helper's bundle's parent folder.
+Path besideHelper(const char* name) {
+    return current().bundles.mainBundle().path.deletingLastPathComponent() / name;
+}
+
+// Posted on the main thread without waiting, also by the main thread.
+void post(const char* name, Value userInfo = {}) {
+    current().mainThread.post([name, userInfo = std::move(userInfo)] {
+        NotificationCenter::defaultCenter().postNotification(name, userInfo);
+    });
+}
+
+Value::Dictionary failureInfo(const Error& error) {
+    return {{"error", Value::Dictionary{{"domain", error.domain},
+                                        {"code", error.code},
+                                        {"description", error.description}}}};
+}
+
+Value::Dictionary failureOfNoFile(const Error& error) {
+    Value::Dictionary info = failureInfo(error);
+    info["filename"] = "";
+    return info;
+}
+
+Value textsOf(const std::vector<Path>& paths) {
+    Value::Array texts;
+    for (const Path& path : paths) texts.emplace_back(path.str());
+    return texts;
+}
+
+std::string nameWithoutExtension(const Path& path) {
+    return Path(path.lastPathComponent()).deletingPathExtension().str();
+}
+
+std::string archiveName(const Path& version) {
+    return version.lastPathComponent() + ".zip";
+}
+
+}  // namespace
+
+RemotePath cloudlayout::projectFolderOfVersion(const Path& version) {
+    return projectFolder(version.deletingLastPathComponent().deletingLastPathComponent());
+}
+
+RemotePath cloudlayout::projectFolder(const Path& project) {
+    return {"/" + nameWithoutExtension(project)};
+}
+
+RemotePath cloudlayout::archiveOfVersion(const Path& version) {
+    return {projectFolderOfVersion(version).text + "/" + archiveName(version)};
+}
+
+bool mayShowSyncError(const Value* lastShown, Date now) {
+    const Date* date = lastShown ? lastShown->date() : nullptr;
+    return !date || secondsBetween(*date, now) > betweenShownErrors;
+}
+
+std::vector<std::string> removalLists(const std::vector<Path>& paths, size_t largestList) {
+    std::vector<std::string> lists;
+    for (const Path& path : paths) {
+        const bool fits =
+            !lists.empty() && lists.back().size() + 1 + path.str().size() <= largestList;
+        if (fits) {
+            lists.back() += "," + path.str();
+        } else {
+            lists.push_back(path.str());
+        }
+    }
+    return lists;
+}
+
+CloudMirror::CloudMirror() : transfers_(mostTransfersAtOnce) {}
+
+CloudMirror::~CloudMirror() = default;
+
+DBRestClient* CloudMirror::restClient() {
+    if (!DBSession::sharedSession()) DBSession::openSharedSession();
+    if (!client_ && !DBSession::userIds().empty()) {
+        client_ = std::make_unique<DBRestClient>(
+            DBSession::sharedSession(), CloudSettings::fromPreferences(Preferences::frontEnd()));
+        client_->setDelegate(this);
+    }
+    return client_.get();
+}
+
+void CloudMirror::removeRestClient() {
+    uploads_.clear();
+    client_.reset();
+}
+
+// ---- uploads ----
+
+void CloudMirror::uploadFileToCloud(const Path& version) {
+    if (!isSyncOn(Preferences::frontEnd())) return;
+    if (!isFrontEnd()) {
+        // Packed under its name alone, so that two of one name are not to be packed at once.
+        transfers_.add({.executable = besideHelper("Larkspan"),
+                        .arguments = {"-upload", version.str()},
+                        .file = archiveName(version)});
+        return;
+    }
+    uploads_.push_back({version, nullptr});
+    if (uploads_.size() == 1) startUpload();
+}
+
+void CloudMirror::startUpload() {
+    DBRestClient* client = restClient();
+    if (!client) {
+        // Nothing would ever end a process that was started for this.
+        if (uploadProcess_) {
+            showUploadFailure(
+                {cloudErrorDomain, cloudstatus::unauthorized, "No Dropbox account is linked."});
+        }
+        uploads_.clear();
+        return;
+    }
+    Upload& upload = uploads_.front();
+    const Path file = packed(upload);
+    client->uploadFile(file.lastPathComponent(),
+                       cloudlayout::projectFolderOfVersion(upload.version), std::nullopt, file);
+}
+
+// The archive, or the version itself when it cannot be packed.
+Path CloudMirror::packed(Upload& upload) const {
+    Path archive = ZBLocalPaths::tempDirectory() / archiveName(upload.version);
+    if (current().files.linkInfo(archive)) {
+        (void)ZBFileManager::removeFile(archive, ShouldAuth::no);
+    }
+    upload.archive = std::make_unique<TransferFile>(archive);
+    if (ZBFileManager::compressFile(upload.version, archive, IncludeParent::no)) return archive;
+    upload.archive.reset();
+    return upload.version;
+}
+
+void CloudMirror::uploadEnded() {
+    // With its archive. Nothing else in the temporary folder is removed: a store may lie there.
+    if (!uploads_.empty()) uploads_.pop_front();
+    if (!uploads_.empty()) startUpload();
+}
+
+void CloudMirror::uploadedFile(DBRestClient&, const RemotePath&, const Path& from,
+                               const DBMetadata&) {
+    reportToConsole("upload complete");
+    uploadEnded();
+    if (uploadProcess_) {
+        uploadProcess_->setBadge("");
+        uploadProcess_->terminate("");
+    } else {
+        post("ZBLarkspanSyncComplete", Value::Dictionary{{"filename", from.str()}});
+    }
+}
+
+void CloudMirror::uploadProgress(DBRestClient&, double progress, const RemotePath&,
+                                 const Path& from) {
+    if (uploadProcess_) {
+        uploadProcess_->setBadge(messageText("%0.0f%%", progress * 100));
+    } else {
+        post("ZBLarkspanUploadProgress",
+             Value::Dictionary{{"filename", from.str()}, {"progress", progress}});
+    }
+}
+
+void CloudMirror::uploadFileFailedWithError(DBRestClient&, const Error& error) {
+    uploadEnded();
+    if (uploadProcess_) {
+        showUploadFailure(error);
+    } else {
+        post("ZBLarkspanSyncFailed", failureOfNoFile(error));
+    }
+}
+
+void CloudMirror::showUploadFailure(const Error& error) const {
+    const std::string message = uploadFailureMessage(error);
+    ZBLog::appendLog("Dropbox upload failed: %@", message);
+    const Preferences defaults = Preferences::ownDefaults();
+    const Date now = current().clock.now();
+    if (mayShowSyncError(defaults.object(lastSyncErrorKey), now)) {
+        const auto file = Preferences::ownDefaultsFile();
+        const auto unsaved =
+            file ? Preferences::setObject(*file, lastSyncErrorKey, now) : std::nullopt;
+        if (unsaved) ZBLog::appendLog("Unable to write %@: %@", *file, unsaved->description);
+        ZBGrowl::postGrowlNotification("Dropbox upload failed", message, "", "Backup failed");
+    }
+    uploadProcess_->setBadge("");
+    uploadProcess_->terminate(message);
+}
+
+// ---- removals ----
+
+void CloudMirror::removeSyncedFiles(const std::vector<Path>& versions) {
+    ZBLog::appendLog("Removing files from Dropbox: %@", textsOf(versions));
+    remove(versions, cloudlayout::archiveOfVersion);
+}
+
+void CloudMirror::removeSyncedProjects(const std::vector<Path>& projects) {
+    ZBLog::appendLog("Removing projects from Dropbox: %@", textsOf(projects));
+    remove(projects, cloudlayout::projectFolder);
+}
+
+void CloudMirror::remove(const std::vector<Path>& items, RemotePath (*remotePath)(const Path&)) {
+    if (!isSyncOn(Preferences::frontEnd())) return;
+    if (!isFrontEnd()) {
+        // Another path than that of uploads, deliberately: both lead to the program.
+        for (std::string& list : removalLists(items, largestRemovalList)) {
+            transfers_.add({.executable = besideHelper("MacOS/Larkspan"),
+                            .arguments = {"-removeRemote", std::move(list)}});
+        }
+        return;
+    }
+    DBRestClient* client = restClient();
+    if (!client) return;
+    for (const Path& item : items) client->deletePath(remotePath(item));
+}
+
+void CloudMirror::deletedPath(DBRestClient&, const RemotePath& path) {
+    post("ZBLarkspanRemoveRemoteFile", Value::Dictionary{{"filename", path.text}});
+}
+
+void CloudMirror::deletePathFailedWithError(DBRestClient&, const Error& error) {
+    ZBLog::appendLog("Failed to delete Dropbox file: %@", error.description);
+    post("ZBLarkspanRemoveRemoteFileFailed", failureOfNoFile(error));
+}
+
+// ---- listings and downloads ----
+
+void CloudMirror::loadSyncedFileListForProjectUUID(const std::string& project) {
+    if (!isSyncOn(Preferences::frontEnd())) return;
+    if (DBRestClient* client = restClient()) client->loadMetadata({"/" + project});
+}
+
+void CloudMirror::loadedMetadata(DBRestClient&, const DBMetadata& metadata) {
+    if (!metadata.isDirectory) return;
+    Value::Array filenames;
+    Value::Array sizes;
+    Value::Array dates;
+    for (const DBMetadata& entry : metadata.contents) {
+        if (entry.isDirectory) continue;
+        filenames.emplace_back(nameWithoutExtension(Path(entry.path.text)));
+        sizes.emplace_back(entry.totalBytes);
+        dates.emplace_back(entry.lastModifiedDate);
+    }
+    if (filenames.empty()) return post("ZBLarkspanSyncedFiles");
+    post("ZBLarkspanSyncedFiles", Value::Dictionary{{"filenames", std::move(filenames)},
+                                                    {"sizes", std::move(sizes)},
+                                                    {"dates", std::move(dates)}});
+}
+
+void CloudMirror::metadataUnchangedAtPath(DBRestClient&, const RemotePath&) {
+    reportToConsole("metadata unchanged");
+}
+
+void CloudMirror::loadMetadataFailedWithError(DBRestClient&, const Error& error) {
+    post("ZBLarkspanMetadataError", failureInfo(error));
+}
+
+void CloudMirror::downloadFile(const RemotePath& file, const Path& toPath) {
+    if (!isSyncOn(Preferences::frontEnd())) return;
+    if (DBRestClient* client = restClient()) client->loadFile(file, toPath);
+}
+
+void CloudMirror::loadedFile(DBRestClient&, const Path& destination) {
+    post("ZBLarkspanFileDownloaded", Value::Dictionary{{"filename", destination.str()}});
+}
+
+void CloudMirror::loadProgress(DBRestClient&, double progress, const Path& forFile) {
+    post("ZBLarkspanFileDownloadProgress",
+         Value::Dictionary{{"filename", forFile.str()}, {"progress", progress}});
+}
+
+void CloudMirror::loadFileFailedWithError(DBRestClient&, const Error& error) {
+    reportToConsole("error downloading file: %@", error.description);
+}
+
+}  // namespace larkspan
