@@ -5,8 +5,6 @@
 namespace larkspan {
 namespace {
 
-using ::testing::HasSubstr;
-
 constexpr std::uint64_t megabyte = 1048576;
 
 TEST(RenditionRulesTest, LimitsFollowThePolicy) {

@@ -8,11 +8,9 @@
 namespace larkspan {
 namespace {
 
-using platform::FileOperation;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Not;
 using ::testing::StartsWith;
 
 class XMLRenditionTest : public testing::StoreTest {
@@ -62,11 +60,11 @@ TEST_F(XMLRenditionTest, TheGapDecidesWhichVersionsGetOne) {
 TEST_F(XMLRenditionTest, LargeProjectsGetOneOnlyForASequenceOrOnDemand) {
     finalCut.project(project).items = {{"uuid", "<sequence/>"}};
     setPolicy(5);
-    save(project, std::string(15 * 1048576, 'x'));
+    save(project, std::string(15UL * 1048576, 'x'));
     engine.backupProject(project, versions, {1});
     EXPECT_THAT(loggedLines(), Contains("Skipping XML backup - file size limit met."));
     EXPECT_THAT(versionNames("A"), ElementsAre("Cut.00001.fcp"));
-    save(project, std::string(15 * 1048576, 'y'));
+    save(project, std::string(15UL * 1048576, 'y'));
     engine.backupProject(project, versions, {2}, {.uuid = "uuid"});
     EXPECT_THAT(contentOf(versions / "Cut.00002.xml"), ::testing::HasSubstr("<sequence />"));
     engine.backupProject(project, versions, {3}, {.force = true});

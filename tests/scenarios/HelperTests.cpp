@@ -1,6 +1,8 @@
 #include "platform/linux/LinuxCrashReports.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "support/PictureUnderTest.h"
 #include "support/Programs.h"
+#include "support/XServer.h"
 
 #include <filesystem>
 
@@ -59,6 +61,38 @@ TEST_F(HelperTest, OnceTwiceRegistersAndThenVersions) {
     expectNewestEquals("two", two);
     EXPECT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
     EXPECT_EQ(programs.versions()["one"].size(), 1U);
+}
+
+TEST_F(HelperTest, APictureOfTheScreenStandsWithItsVersion) {
+    constexpr std::uint32_t orange = 0xE08020;
+    constexpr std::uint32_t blue = 0x2040C0;
+    const auto server = testing::XServer::start("1600x900x24");
+    ASSERT_TRUE(server);
+    server->paint(orange, blue);
+    programs.setVariable("DISPLAY", server->display());
+    watchWork();
+    quietProject("one.prproj", "first project");
+    EXPECT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
+    EXPECT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
+    const auto versions = programs.versions()["one"];
+    ASSERT_EQ(versions.size(), 1U);
+    const Path projectFolder = versions[0].deletingLastPathComponent().deletingLastPathComponent();
+    const testing::PictureUnderTest picture(readWhole(projectFolder / "Screenshots/one.00001.jpg"));
+    EXPECT_EQ(picture.format(), "jpeg");
+    ASSERT_EQ(picture.size(), (platform::PictureSize{.width = 1024, .height = 576}));
+    EXPECT_TRUE(picture.shows(100, 300, orange));
+    EXPECT_TRUE(picture.shows(900, 300, blue));
+}
+
+TEST_F(HelperTest, WithoutAScreenThereIsAVersionAndNoPicture) {
+    watchWork();
+    quietProject("one.prproj", "first project");
+    EXPECT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
+    EXPECT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
+    EXPECT_EQ(programs.versions()["one"].size(), 1U);
+    for (const auto& entry : fs::recursive_directory_iterator(programs.store().str())) {
+        EXPECT_NE(entry.path().extension(), ".jpg");
+    }
 }
 
 TEST_F(HelperTest, EverySaveBecomesTheNextVersion) {

@@ -46,6 +46,7 @@ platform::LaunchRequest Programs::request(const Path& program,
     for (const char* kept : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LSAN_OPTIONS"}) {
         if (const char* value = getenv(kept)) request.environment->emplace(kept, value);
     }
+    request.environment->insert(variables_.begin(), variables_.end());
     return request;
 }
 

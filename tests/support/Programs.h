@@ -28,6 +28,11 @@ class Programs {
     Programs(const Programs&) = delete;
     Programs& operator=(const Programs&) = delete;
 
+    // A variable that the programs started from now on find in their environment.
+    void setVariable(const std::string& name, const std::string& value) {
+        variables_[name] = value;
+    }
+
     const Path& home() const { return home_; }
     const Path& work() const { return work_; }  // a folder for projects
     Path library() const { return home_ / ".local/share/larkspan"; }
@@ -63,6 +68,7 @@ class Programs {
     Path home_;
     Path work_;
     std::vector<std::shared_ptr<platform::Process>> helpers_;
+    std::map<std::string, std::string> variables_;
 };
 
 // Waits for a condition, looking again every few milliseconds; false at the deadline.
