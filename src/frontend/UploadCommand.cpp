@@ -38,11 +38,12 @@ ExitStatus upload(const Arguments& arguments, Context& context) {
                  problem = wrong;
                  current().mainThread.stop();
              }});
-    engine.uploadFileToCloud(version);
+    // Before the upload: whoever ends it while it packs waits for that, and leaves nothing behind.
     const auto asked = context.onTermination([&] {
         problem = "The upload was interrupted.";
         current().mainThread.stop();
     });
+    engine.uploadFileToCloud(version);
     // Switched off in between, it would never end.
     if (!cloudSettings(context)) return ExitStatus::failed;
     current().mainThread.run();
@@ -61,7 +62,7 @@ constinit const Command uploadCommand{
     .description =
         "Uploads a version of the store to the cloud and ends when that is done. The helper "
         "starts\nit for every new version.",
-    .example = "Larkspan -upload ~/Store/ID.localized/Versions/Cut.00003.fcp",
+    .example = "larkspan -upload ~/Store/ID.localized/Versions/Cut.00003.fcp",
     .options = {},
     .fewestWords = 1,
     .mostWords = 1,
