@@ -26,11 +26,16 @@ void showBadge(Context& context, const Path& version, const std::string& badge) 
 
 ExitStatus upload(const Arguments& arguments, Context& context) {
     if (!cloudSettings(context)) return ExitStatus::failed;
+    std::optional<std::string> problem;
+    // Before any thread starts. Whoever ends it while it packs waits for that, and leaves nothing.
+    const auto asked = context.onTermination([&] {
+        problem = "The upload was interrupted.";
+        current().mainThread.stop();
+    });
     prepareTransferLog();
     ZBLarkspanBackup::clearTransferLeftovers();
     const Path version = absolutePath(arguments.words()[0], context.currentDirectory);
     ZBLarkspanBackup engine;
-    std::optional<std::string> problem;
     engine.setUploadProcess(
         {.setBadge = [&](const std::string& badge) { showBadge(context, version, badge); },
          .terminate =
@@ -38,11 +43,6 @@ ExitStatus upload(const Arguments& arguments, Context& context) {
                  problem = wrong;
                  current().mainThread.stop();
              }});
-    // Before the upload: whoever ends it while it packs waits for that, and leaves nothing behind.
-    const auto asked = context.onTermination([&] {
-        problem = "The upload was interrupted.";
-        current().mainThread.stop();
-    });
     engine.uploadFileToCloud(version);
     // Switched off in between, it would never end.
     if (!cloudSettings(context)) return ExitStatus::failed;
