@@ -6,11 +6,15 @@ _larkspan() {
     COMPREPLY=()
 
     if ((COMP_CWORD == 1)); then
-        COMPREPLY=($(compgen -W "watch scan status projects versions changes diff prune prefs --help --version" -- "$word"))
+        COMPREPLY=($(compgen -W "watch scan status projects versions changes diff prune sync prefs --help --version" -- "$word"))
         return
     fi
     if [[ $command == watch ]] && ((COMP_CWORD == 2)); then
         COMPREPLY=($(compgen -W "add list remove" -- "$word"))
+        return
+    fi
+    if [[ $command == sync ]] && ((COMP_CWORD == 2)); then
+        COMPREPLY=($(compgen -W "link unlink status list download" -- "$word"))
         return
     fi
     [[ $before == --extensions || $before == --timeout ]] && return
@@ -22,6 +26,9 @@ _larkspan() {
             [[ $sub == list ]] && options+=" --json" ;;
         scan) options+=" --wait --timeout" ;;
         prune) options+=" --dry-run --json" ;;
+        sync)
+            [[ $sub == status || $sub == list ]] && options+=" --json"
+            [[ $sub == download ]] && options+=" --to" ;;
         status | projects | versions | changes | diff) options+=" --json" ;;
         prefs) options+=" --json --string --integer --delete" ;;
     esac
@@ -34,6 +41,10 @@ _larkspan() {
     case $command in
         watch)
             [[ $sub == list ]] || { compopt -o filenames; COMPREPLY=($(compgen -d -- "$word")); } ;;
+        sync)
+            [[ $sub == list || $sub == download ]] || return
+            compopt -o filenames
+            COMPREPLY=($(compgen -f -- "$word")) ;;
         versions | changes | prune | diff)
             compopt -o filenames
             COMPREPLY=($(compgen -f -- "$word")) ;;

@@ -28,14 +28,15 @@ class ShownDownload final : private DBRestClientDelegate {
     }
 
     std::optional<Error> run(const RemotePath& file, const Path& intoPath) {
-        const auto asked = context_.onTermination([this] {
-            end(Error{urlErrorDomain, urlerror::cancelled, "The download was interrupted."});
-        });
         client_.loadFile(file, intoPath);
         current().mainThread.run();
         context_.output.progress("");
         current().dockTile.showProgress(std::nullopt);
         return problem_;
+    }
+
+    void interrupt() {
+        end(Error{urlErrorDomain, urlerror::cancelled, "The download was interrupted."});
     }
 
   private:
@@ -73,6 +74,13 @@ Path unpackedVersion(const Path& folder, const std::string& versionName) {
 
 std::optional<Error> downloadVersion(const RemotePath& file, const Path& target,
                                      const CloudSettings& settings, Context& context) {
+    // Before any thread starts.
+    ShownDownload* shown = nullptr;
+    const auto asked = context.onTermination([&] {
+        if (shown) shown->interrupt();
+    });
+    prepareTransferLog();
+    (void)TransferFile::clearLeftovers();
     DBSession::openSharedSession();
     const std::string name = versionNameOf(file);
     const TransferFile received(besidePath(target));
@@ -80,8 +88,12 @@ std::optional<Error> downloadVersion(const RemotePath& file, const Path& target,
     for (const TransferFile* kept : {&received, &unpacked}) {
         if (kept->problem()) return kept->problem();
     }
-    if (auto error = ShownDownload(settings, context, name).run(file, received.path())) {
-        return error;
+    {
+        ShownDownload download(settings, context, name);
+        shown = &download;
+        auto error = download.run(file, received.path());
+        shown = nullptr;
+        if (error) return error;
     }
     if (!isPacked(file)) return current().files.moveItem(received.path(), target);
     if (auto error = current().archives.unpack(received.path(), unpacked.path())) return error;

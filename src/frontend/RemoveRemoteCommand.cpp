@@ -68,7 +68,7 @@ constinit const Command removeRemoteCommand{
         "Removes the copies of versions, given by their paths in the store with commas between "
         "them,\nfrom the cloud. A path with a comma in it cannot be given. The helper starts it "
         "for versions\nthat it thins out.",
-    .example = "Larkspan -removeRemote ~/Store/ID.localized/Versions/Cut.00003.fcp",
+    .example = "larkspan -removeRemote ~/Store/ID.localized/Versions/Cut.00003.fcp",
     .options = {},
     .fewestWords = 1,
     .mostWords = 1,

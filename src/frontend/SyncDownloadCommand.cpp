@@ -8,7 +8,6 @@
 #include "frontend/ProjectSearch.h"
 #include "platform/Files.h"
 #include "platform/Platform.h"
-#include "sync/TransferFile.h"
 
 #include <array>
 
@@ -73,8 +72,6 @@ ExitStatus download(const Arguments& arguments, Context& context) {
     if (!file) return ExitStatus::failed;
     const auto target = targetFor(versionNameOf(*file), arguments, context);
     if (!target) return ExitStatus::failed;
-    prepareTransferLog();
-    (void)TransferFile::clearLeftovers();
     if (const auto error = downloadVersion(*file, *target, *settings, context)) {
         context.output.error("The version could not be downloaded: " +
                              printable(error->description));

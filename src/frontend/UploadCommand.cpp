@@ -26,11 +26,16 @@ void showBadge(Context& context, const Path& version, const std::string& badge) 
 
 ExitStatus upload(const Arguments& arguments, Context& context) {
     if (!cloudSettings(context)) return ExitStatus::failed;
+    std::optional<std::string> problem;
+    // Before any thread starts. Whoever ends it while it packs waits for that, and leaves nothing.
+    const auto asked = context.onTermination([&] {
+        problem = "The upload was interrupted.";
+        current().mainThread.stop();
+    });
     prepareTransferLog();
     ZBLarkspanBackup::clearTransferLeftovers();
     const Path version = absolutePath(arguments.words()[0], context.currentDirectory);
     ZBLarkspanBackup engine;
-    std::optional<std::string> problem;
     engine.setUploadProcess(
         {.setBadge = [&](const std::string& badge) { showBadge(context, version, badge); },
          .terminate =
@@ -39,10 +44,6 @@ ExitStatus upload(const Arguments& arguments, Context& context) {
                  current().mainThread.stop();
              }});
     engine.uploadFileToCloud(version);
-    const auto asked = context.onTermination([&] {
-        problem = "The upload was interrupted.";
-        current().mainThread.stop();
-    });
     // Switched off in between, it would never end.
     if (!cloudSettings(context)) return ExitStatus::failed;
     current().mainThread.run();
@@ -61,7 +62,7 @@ constinit const Command uploadCommand{
     .description =
         "Uploads a version of the store to the cloud and ends when that is done. The helper "
         "starts\nit for every new version.",
-    .example = "Larkspan -upload ~/Store/ID.localized/Versions/Cut.00003.fcp",
+    .example = "larkspan -upload ~/Store/ID.localized/Versions/Cut.00003.fcp",
     .options = {},
     .fewestWords = 1,
     .mostWords = 1,

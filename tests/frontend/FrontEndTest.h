@@ -43,7 +43,7 @@ class FrontEndTest : public FakePlatformTest {
                             askToEnd = std::move(asked);
                             return std::make_shared<int>();
                         },
-                        [this] { return std::exchange(typed, std::nullopt); }};
+                        [&] { return typed ? typed(results.str()) : std::nullopt; }};
         const ExitStatus status = runFrontEnd(arguments, context);
         return {status, results.str(), messages.str()};
     }
@@ -100,7 +100,8 @@ class FrontEndTest : public FakePlatformTest {
     long runsQueued = 2;
     long runsEnded = 0;
     std::function<void()> askToEnd;
-    std::optional<std::string> typed;  // the next line that the user types
+    // The line that the user types after having seen that output.
+    std::function<std::optional<std::string>(const std::string& shown)> typed;
     bool isTerminal = false;
 };
 

@@ -57,14 +57,25 @@ TEST_F(SyncTest, LinkingShowsAnAddressAndTakesTheCode) {
     const auto without = run({"sync", "link"});
     EXPECT_EQ(without.status, ExitStatus::failed);
     EXPECT_THAT(without.messages, HasSubstr("No code was given"));
-    const size_t at = without.output.find("http");
-    const std::string stale =
-        server.authorize(without.output.substr(at, without.output.find('\n', at) - at));
-    ASSERT_NE(stale, "");
-    typed = stale;
+    std::string code;
+    typed = [&](const std::string& shown) {
+        const size_t at = shown.find("http");
+        code = server.authorize(shown.substr(at, shown.find('\n', at) - at));
+        return std::optional(" " + code + " ");
+    };
+    const auto linked = run({"sync", "link"});
+    EXPECT_EQ(linked.status, ExitStatus::done) << linked.messages;
+    EXPECT_EQ(cloudaccounts::load()->userId, CloudServer::userId);
+    for (const std::string& secret : {code, std::string(CloudServer::refreshToken)}) {
+        EXPECT_THAT(linked.output + linked.messages, Not(HasSubstr(secret)));
+    }
+}
+
+TEST_F(SyncTest, ACodeOfAnotherLinkIsRefused) {
+    typed = [&](const std::string&) { return std::optional<std::string>("code-1"); };
     const auto wrong = run({"sync", "link"});
     EXPECT_EQ(wrong.status, ExitStatus::failed);
-    EXPECT_THAT(wrong.messages, AllOf(HasSubstr("could not be linked"), Not(HasSubstr(stale))));
+    EXPECT_THAT(wrong.messages, AllOf(HasSubstr("could not be linked"), Not(HasSubstr("code-1"))));
     EXPECT_FALSE(cloudaccounts::load());
 }
 

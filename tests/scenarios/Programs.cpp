@@ -19,14 +19,15 @@ const Path bundle(LARKSPAN_BUILD_DIR "/Larkspan.app");
 
 Programs::Programs(platform::Processes& processes)
     : processes_(processes), home_(folder_.path() / "home"), work_(folder_.path() / "work") {
+    fs::create_directories(temporary().str());
     fs::create_directories(home_.str());
     fs::create_directories(work_.str());
 }
 
 Programs::~Programs() {
-    for (const auto& helper : helpers_) {
-        if (helper->isRunning()) ::kill(helper->processID(), SIGKILL);
-        (void)helper->waitUntilExit();
+    for (const auto& program : started_) {
+        if (program->isRunning()) ::kill(program->processID(), SIGKILL);
+        (void)program->waitUntilExit();
     }
 }
 
@@ -42,7 +43,10 @@ platform::LaunchRequest Programs::request(const Path& program,
     platform::LaunchRequest request;
     request.launchPath = program;
     request.arguments = arguments;
-    request.environment = {{"HOME", home_.str()}, {"PATH", "/usr/bin:/bin"}, {"TZ", "UTC"}};
+    request.environment = {{"HOME", home_.str()},
+                           {"PATH", "/usr/bin:/bin"},
+                           {"TMPDIR", temporary().str()},
+                           {"TZ", "UTC"}};
     for (const char* kept : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LSAN_OPTIONS"}) {
         if (const char* value = getenv(kept)) request.environment->emplace(kept, value);
     }
@@ -76,11 +80,21 @@ ProgramResult Programs::larkspan(const std::vector<std::string>& arguments) cons
 
 std::shared_ptr<platform::Process> Programs::launchHelper(
     const std::vector<std::string>& arguments) {
-    platform::LaunchRequest wanted = request(helperProgram(), arguments);
+    return launch(helperProgram(), arguments);
+}
+
+std::shared_ptr<platform::Process> Programs::launchFrontEnd(
+    const std::vector<std::string>& arguments) {
+    return launch(frontEndProgram(), arguments);
+}
+
+std::shared_ptr<platform::Process> Programs::launch(const Path& program,
+                                                    const std::vector<std::string>& arguments) {
+    platform::LaunchRequest wanted = request(program, arguments);
     wanted.error = platform::Stream::inherit;
     auto process = processes_.launch(wanted);
     if (!process) throw std::runtime_error(process.error().description);
-    helpers_.push_back(*process);
+    started_.push_back(*process);
     return *process;
 }
 

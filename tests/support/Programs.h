@@ -23,7 +23,7 @@ struct ProgramResult {
 class Programs {
   public:
     explicit Programs(platform::Processes& processes);
-    // Kills the helpers that still run.
+    // Kills the programs that still run.
     ~Programs();
     Programs(const Programs&) = delete;
     Programs& operator=(const Programs&) = delete;
@@ -35,6 +35,7 @@ class Programs {
 
     const Path& home() const { return home_; }
     const Path& work() const { return work_; }  // a folder for projects
+    Path temporary() const { return folder_.path() / "tmp"; }
     Path library() const { return home_ / ".local/share/larkspan"; }
     Path store() const { return library() / "Application Support/Corvane/Larkspan/Projects"; }
 
@@ -42,6 +43,8 @@ class Programs {
     ProgramResult larkspan(const std::vector<std::string>& arguments) const;
     // Runs a program of the bundle, or any other, to its end.
     ProgramResult run(const Path& program, const std::vector<std::string>& arguments) const;
+    // Starts the front-end.
+    std::shared_ptr<platform::Process> launchFrontEnd(const std::vector<std::string>& arguments);
     // Starts a helper and waits until its connection answers.
     std::shared_ptr<platform::Process> startHelper();
     // Starts a helper without waiting for anything.
@@ -60,6 +63,8 @@ class Programs {
     std::string log() const;
 
   private:
+    std::shared_ptr<platform::Process> launch(const Path& program,
+                                              const std::vector<std::string>& arguments);
     platform::LaunchRequest request(const Path& program,
                                     const std::vector<std::string>& arguments) const;
 
@@ -67,7 +72,7 @@ class Programs {
     TemporaryFolder folder_;
     Path home_;
     Path work_;
-    std::vector<std::shared_ptr<platform::Process>> helpers_;
+    std::vector<std::shared_ptr<platform::Process>> started_;
     std::map<std::string, std::string> variables_;
 };
 

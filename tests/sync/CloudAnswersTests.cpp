@@ -2,6 +2,10 @@
 #include "sync/CloudErrors.h"
 #include "sync/CloudLink.h"
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
 #include <gtest/gtest.h>
 
 namespace larkspan {
@@ -76,6 +80,30 @@ TEST(CloudAnswers, WhatCannotBeReadIsAnErrorAndNothingElse) {
     EXPECT_FALSE(cloudanswers::listedPage(R"({"entries":[],"cursor":"","has_more":true})"));
     EXPECT_FALSE(cloudanswers::listedPage(R"({"entries":{},"cursor":"c","has_more":false})"));
     EXPECT_TRUE(cloudanswers::listedPage(R"({"entries":[],"has_more":false})"));
+}
+
+TEST(CloudAnswers, SeedsAreReadOrRefusedWholeAndTorn) {
+    size_t seeds = 0;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(LARKSPAN_SOURCE_DIR "/fuzz/seeds/cloud-answers")) {
+        std::ifstream in(entry.path());
+        const std::string bytes{std::istreambuf_iterator<char>(in), {}};
+        ASSERT_FALSE(bytes.empty());
+        for (size_t length = 0; length <= bytes.size(); ++length) {
+            const std::string torn = bytes.substr(0, length);
+            (void)cloudanswers::metadata(torn);
+            (void)cloudanswers::listedPage(torn);
+            (void)cloudanswers::token(std::string(torn));
+            EXPECT_EQ(cloudanswers::failure({.status = 400, .headers = {}, .body = torn}).code,
+                      400);
+        }
+        const std::string name = entry.path().filename().string();
+        EXPECT_EQ(static_cast<bool>(cloudanswers::metadata(bytes)), name == "metadata.json");
+        EXPECT_EQ(static_cast<bool>(cloudanswers::listedPage(bytes)), name == "page.json");
+        EXPECT_EQ(static_cast<bool>(cloudanswers::token(std::string(bytes))), name == "token.json");
+        ++seeds;
+    }
+    EXPECT_GE(seeds, 4U);
 }
 
 TEST(CloudAnswers, WhatTheServiceSaysInOtherWordsGetsTheStatusThatCallersKnow) {
