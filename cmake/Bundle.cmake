@@ -26,6 +26,11 @@ function(larkspan_bundle)
     larkspan_info_plist(${LARKSPAN_BUNDLE} Larkspan com.corvane.Larkspan)
     larkspan_info_plist(${LARKSPAN_HELPER_BUNDLE} LarkspanHelper com.corvane.LarkspanHelper)
     larkspan_program(Larkspan larkspan_frontend src/frontend/main.cpp ${LARKSPAN_BUNDLE})
+    # The front-end alone speaks with the cloud service. The library for it, with all that it needs,
+    # would cost the helper 5 MB of memory.
+    if(TARGET Larkspan)
+        target_link_libraries(Larkspan PRIVATE larkspan_sync_curl)
+    endif()
     larkspan_program(LarkspanHelper larkspan_app src/app/main.cpp ${LARKSPAN_HELPER_BUNDLE})
     file(CREATE_LINK MacOS/Larkspan ${LARKSPAN_BUNDLE}/Contents/Larkspan SYMBOLIC)
 endfunction()

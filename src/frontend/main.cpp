@@ -4,6 +4,7 @@
 #include "platform/Platform.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/TerminationSignals.h"
+#include "sync/curl/CurlClient.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -52,6 +53,7 @@ Path currentDirectory(platform::Files& files) {
 }
 
 int runFrontEndOnLinux(const std::vector<std::string>& arguments) {
+    HttpClient::choose(CurlClient::make);
     platform::LinuxPlatform services;
     const platform::ScopedPlatform installed(services.platform());
     Output output(streamOn(STDOUT_FILENO, std::cout), streamOn(STDERR_FILENO, std::cerr));

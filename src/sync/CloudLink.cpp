@@ -53,11 +53,11 @@ Result<CloudAccount> CloudLink::finish(std::string&& code, CancelFlag& cancel) c
                                         {"code", trimmed(typed.text())},
                                         {"code_verifier", verifier_.text()},
                                         {"client_id", appKey_}});
-    HttpClient client(settings_);
-    auto answer = client.post({.address = settings_.apiAddress + "/oauth2/token",
-                               .headers = {"Content-Type: application/x-www-form-urlencoded"},
-                               .form = &form},
-                              cancel);
+    const auto client = HttpClient::make(settings_);
+    auto answer = client->post({.address = settings_.apiAddress + "/oauth2/token",
+                                .headers = {"Content-Type: application/x-www-form-urlencoded"},
+                                .form = &form},
+                               cancel);
     if (!answer) return answer.error();
     if (answer->status != 200) return cloudanswers::tokenFailure(*answer);
     auto token = cloudanswers::token(std::move(answer->body));

@@ -68,7 +68,7 @@ CloudService::CloudService(const DBSession& session, CloudSettings settings, Can
     : appKey_(session.appKey),
       settings_(std::move(settings)),
       cancel_(cancel),
-      client_(settings_) {}
+      client_(HttpClient::make(settings_)) {}
 
 std::optional<Error> CloudService::refreshToken() {
     const auto account = cloudaccounts::load();
@@ -78,10 +78,10 @@ std::optional<Error> CloudService::refreshToken() {
     Secret form = cloudarguments::form({{"grant_type", "refresh_token"},
                                         {"refresh_token", account->refreshToken.text()},
                                         {"client_id", appKey_}});
-    auto answer = client_.post({.address = settings_.apiAddress + "/oauth2/token",
-                                .headers = {"Content-Type: application/x-www-form-urlencoded"},
-                                .form = &form},
-                               cancel_);
+    auto answer = client_->post({.address = settings_.apiAddress + "/oauth2/token",
+                                 .headers = {"Content-Type: application/x-www-form-urlencoded"},
+                                 .form = &form},
+                                cancel_);
     if (!answer) return answer.error();
     if (answer->status != 200) return cloudanswers::tokenFailure(*answer);
     auto token = cloudanswers::token(std::move(answer->body));
@@ -97,7 +97,7 @@ Result<HttpAnswer> CloudService::send(HttpRequest request) {
             if (auto error = refreshToken()) return std::move(*error);
         }
         request.token = accessToken_.get();
-        auto answer = client_.post(request, cancel_);
+        auto answer = client_->post(request, cancel_);
         if (!answer || answer->status == 200) return answer;
         if (answer->status != cloudstatus::unauthorized || isLast) {
             Error error = cloudanswers::failure(*answer);

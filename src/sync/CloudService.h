@@ -54,7 +54,7 @@ class CloudService {
     const std::string appKey_;
     const CloudSettings settings_;
     CancelFlag& cancel_;
-    HttpClient client_;
+    const std::unique_ptr<HttpClient> client_;
     std::unique_ptr<Secret> accessToken_;  // null until the first request
 };
 

@@ -55,21 +55,23 @@ struct HttpAnswer {
 // trustworthy. One thread at a time.
 class HttpClient {
   public:
-    explicit HttpClient(CloudSettings settings);
+    using Maker = std::unique_ptr<HttpClient> (*)(const CloudSettings&);
+
+    // A client of the kind that the program has chosen. A program that has chosen none, as the
+    // helper, which never speaks with the service and is spared the library for it, gets one that
+    // refuses everything.
+    static std::unique_ptr<HttpClient> make(const CloudSettings& settings);
+    // Before other threads start.
+    static void choose(Maker maker);
+
+    HttpClient() = default;
     HttpClient(const HttpClient&) = delete;
     HttpClient& operator=(const HttpClient&) = delete;
-    ~HttpClient();
+    virtual ~HttpClient() = default;
 
     // Any answer of the server is a success, whatever its status. Errors have the urlErrorDomain,
     // or are those of `read` and `take`. Answers that are kept are at most 16 MiB large.
-    Result<HttpAnswer> post(const HttpRequest& request, CancelFlag& cancel);
-
-  private:
-    class Exchange;
-    struct Handles;
-
-    const CloudSettings settings_;
-    std::unique_ptr<Handles> handles_;
+    virtual Result<HttpAnswer> post(const HttpRequest& request, CancelFlag& cancel) = 0;
 };
 
 }  // namespace larkspan

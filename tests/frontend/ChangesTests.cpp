@@ -25,7 +25,7 @@ TEST_F(ChangesTest, TellsOfEveryVersionWithItsNote) {
     EXPECT_EQ(told.status, ExitStatus::done) << told.messages;
     EXPECT_THAT(told.output, HasSubstr("\n  (Base version)\nCut.00002.xml"));
     EXPECT_THAT(told.output, HasSubstr("\n  No change\n  Note: for the client\n"));
-    EXPECT_EQ(run({"changes", "Cut", "--json"}).output, R"json([
+    EXPECT_EQ(run({"changes", "Cut", "--json"}).output, R"text([
   {
     "changes": [
       "(Base version)"
@@ -33,7 +33,7 @@ TEST_F(ChangesTest, TellsOfEveryVersionWithItsNote) {
     "date": "2020-09-13T12:26:40Z",
     "file": "/Store/AAAA.localized/Versions/Cut.00001.xml",
     "version": 1
-},
+  },
   {
     "changes": [
       "No change"
@@ -44,7 +44,7 @@ TEST_F(ChangesTest, TellsOfEveryVersionWithItsNote) {
     "version": 2
   }
 ]
-)json");
+)text");
 }
 
 TEST_F(ChangesTest, SaysWhenThereIsNothingToTell) {

@@ -8,7 +8,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using ::testing::AllOf;
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
@@ -28,7 +27,7 @@ class PruneTest : public testing::FrontEndTest {
     void setRules(Value::Dictionary rules) {
         rules.emplace("storagePath", "/Store");
         rules.emplace("backupManagementMinLimit", 2);
-        setPreferences(std::move(rules));
+        setPreferences(rules);
     }
 
     const Date now = fake.clock.now();

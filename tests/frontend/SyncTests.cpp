@@ -4,6 +4,7 @@
 #include "support/CloudServer.h"
 #include "support/RawServer.h"
 #include "sync/CloudAccount.h"
+#include "sync/curl/CurlClient.h"
 
 #include <thread>
 
@@ -25,6 +26,7 @@ constexpr const char* lostProject = "0F7AB7F6-AAAA-4BBB-8CCC-123456789ABC";
 class SyncTest : public testing::FrontEndTest {
   protected:
     SyncTest() {
+        HttpClient::choose(CurlClient::make);
         fake.files.addFolder(fake.places.temporary);
         prefer(1, server.address());
         addProject("AAAA", "/Work/Film/Cut.fcp");

@@ -80,7 +80,7 @@ Handle load(const Path& file, Read read) {
 }  // namespace
 
 Certificates::Certificates() : authorityKey_((folder_.path() / "authority.key").str()) {
-    const Key key(EVP_EC_gen("P-256"));
+    const Key key(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256"));
     const Certificate authority =
         make({"Larkspan test authority", -day, day, nullptr}, key.get(), nullptr, nullptr);
     save(this->authority(), authority.get(), nullptr);
@@ -95,7 +95,7 @@ ServerIdentity Certificates::identity(CertificateFault fault) const {
     const auto issuer = load<Certificate>(authority(), PEM_read_X509);
     const auto issuerKey = load<Key>(Path(authorityKey_), PEM_read_PrivateKey);
     const bool isOwnIssuer = fault == CertificateFault::selfSigned;
-    const Key key(EVP_EC_gen("P-256"));
+    const Key key(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256"));
     const Certificate certificate = make(wish, key.get(), isOwnIssuer ? nullptr : issuer.get(),
                                          isOwnIssuer ? nullptr : issuerKey.get());
     const std::string name = "server" + std::to_string(static_cast<int>(fault));

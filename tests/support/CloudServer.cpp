@@ -316,9 +316,10 @@ struct CloudServer::Server {
         http->Post("/(oauth2/token)", [this](const Request& request, Response& response) {
             serve(request.matches[1], request, {}, response);
         });
-        http->set_exception_handler([](const Request&, Response& response, std::exception_ptr) {
-            refuse(response, 400, "bad_request/.");
-        });
+        http->set_exception_handler(
+            [](const Request&, Response& response, const std::exception_ptr&) {
+                refuse(response, 400, "bad_request/.");
+            });
     }
 };
 
@@ -362,7 +363,7 @@ std::string CloudServer::authorize(const std::string& authorizeAddress) {
                          value("code_challenge_method") == "S256";
     if (!isMeant) return "";
     return server_->state.with([&](State& known) {
-        const std::string code = known.fresh("code-");
+        std::string code = known.fresh("code-");
         known.challenges[code] = value("code_challenge");
         return code;
     });

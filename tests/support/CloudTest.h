@@ -5,6 +5,7 @@
 #include "sync/CloudAccount.h"
 #include "sync/CloudService.h"
 #include "sync/DBSession.h"
+#include "sync/curl/CurlClient.h"
 
 #include <string>
 
@@ -14,6 +15,7 @@ namespace larkspan::testing {
 class CloudTest : public FakePlatformTest {
   protected:
     CloudTest() {
+        HttpClient::choose(CurlClient::make);
         fake.files.addFolder(Path("/Down"));
         settings.apiAddress = server.address();
         settings.contentAddress = server.address();

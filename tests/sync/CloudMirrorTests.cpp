@@ -63,7 +63,7 @@ class CloudMirrorTest : public testing::CloudTest {
         writeFile(temp / "check.zip", server.content(remote).value_or(""));
         const Path folder = temp / "check";
         const bool isArchive = !fake.archives.unpack(temp / "check.zip", folder);
-        const std::string content = isArchive ? contentOf(folder / name) : "";
+        std::string content = isArchive ? contentOf(folder / name) : "";
         (void)fake.files.removeItem(temp / "check.zip");
         (void)fake.files.removeItem(folder);
         return content;

@@ -8,8 +8,6 @@
 namespace larkspan {
 namespace {
 
-using testing::CloudServer;
-using ::testing::Each;
 using ::testing::ElementsAre;
 using testing::ignoreProgress;
 using ::testing::IsEmpty;

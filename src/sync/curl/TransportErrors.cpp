@@ -1,4 +1,4 @@
-#include "sync/TransportErrors.h"
+#include "sync/curl/TransportErrors.h"
 
 #include "sync/CloudErrors.h"
 
