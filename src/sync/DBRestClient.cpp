@@ -20,6 +20,7 @@ DBRestClient::~DBRestClient() {
 
 void DBRestClient::perform(Work work) {
     queue_.addOperation([this, work = std::move(work)] {
+        if (cancel_.isCancelled()) return;
         if (!service_) service_ = std::make_unique<CloudService>(*session_, settings_, cancel_);
         tell(work(*service_));
     });
