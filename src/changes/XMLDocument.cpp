@@ -1,6 +1,6 @@
 #include "changes/XMLDocument.h"
 
-#include "changes/XMLCheck.h"
+#include "changes/ParserGaps.h"
 #include "foundation/MessageText.h"
 
 #include <optional>

@@ -19,7 +19,6 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
-using ::testing::StartsWith;
 
 constexpr const char* lostProject = "0F7AB7F6-AAAA-4BBB-8CCC-123456789ABC";
 
@@ -47,7 +46,7 @@ class SyncTest : public testing::FrontEndTest {
     // A version in the store, which is then uploaded.
     Path upload(const std::string& name, const std::string& content) {
         addVersion("AAAA", name, fake.clock.now(), content);
-        const Path version = Path("/Store/AAAA.localized/Versions") / name;
+        Path version = Path("/Store/AAAA.localized/Versions") / name;
         const auto outcome = run({"-upload", version.str()});
         EXPECT_EQ(outcome.status, ExitStatus::done) << outcome.messages;
         return version;

@@ -1,4 +1,4 @@
-#include "changes/XMLCheck.h"
+#include "changes/ParserGaps.h"
 
 #include "changes/CharacterReference.h"
 #include "foundation/Text.h"
