@@ -12,8 +12,8 @@ namespace larkspan {
 namespace {
 
 constexpr std::uint64_t reportStep = 41943040;  // 40 MiB
-// Pieces are moved in larger blocks; both report steps and chunks divide evenly into them.
-constexpr size_t blockSize = size_t{1} << 20;
+// Larger blocks leave the processor's cache before they are compared.
+constexpr size_t blockSize = copyChunkSize;
 static_assert(reportStep % blockSize == 0 && blockSize % copyChunkSize == 0);
 
 platform::Platform& current() {
