@@ -7,7 +7,7 @@
 namespace larkspan::platform {
 
 // The desktop's Trash: of the item's own file system where it has one, so that nothing large is
-// copied; else the one in the user's home (freedesktop.org's Trash specification, version 1.0).
+// copied; else the one in the user's home (freedesktop.org's rules for the Trash, version 1.0).
 class LinuxTrash final : public Trash {
   public:
     // Both must outlive this.
