@@ -11,6 +11,7 @@
 #include "platform/Files.h"
 #include "platform/MainThread.h"
 
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -44,6 +45,12 @@ std::vector<std::string> visibleNames(const Path& folder) {
     return names;
 }
 
+// The user's notes by the names of version files; none when there is no readable file of them.
+Value annotationsOf(const Path& projectFolder) {
+    const auto loaded = loadPropertyList(projectFolder / storelayout::annotationsName);
+    return loaded ? *loaded : Value();
+}
+
 Value::Dictionary loadCache(const Path& file, const std::optional<std::string>& format) {
     const auto loaded = loadPropertyList(file);
     const Value* version = loaded ? loaded->find("version") : nullptr;
@@ -65,22 +72,24 @@ class ChangeListCache::Update {
           cacheFile_(std::move(cacheFile)),
           delegate_(std::move(delegate)),
           format_(currentFormat()),
-          cache_(loadCache(cacheFile_, format_)) {}
+          cache_(loadCache(cacheFile_, format_)),
+          annotations_(annotationsOf(projectFolder_)) {}
 
     // False when the change data could not be got.
     bool run() {
         const Path versions = projectFolder_ / storelayout::versionsName;
         const auto names = visibleNames(versions);
+        const std::set<std::string, std::less<>> present(names.begin(), names.end());
         tell([&](ChangeListDelegate& delegate) { delegate.versionsToBeLoaded(names.size()); });
         for (const std::string& name : names) {
             const Path path(messageText("%@/%@", versions, name));
-            if (hasRendition(path)) continue;
+            if (hasRendition(name, present)) continue;
             if (cache_.contains(name)) {
-                annotate(name, path);
+                annotate(name);
             } else if (!previous_) {
                 return makeAll();
             } else if (auto entry = driver_.changelistForFile(path, previous_)) {
-                take(name, path, *std::move(entry));
+                take(name, *std::move(entry));
             }
             if (lowercased(name).ends_with(".xml")) previous_ = path;
         }
@@ -97,17 +106,19 @@ class ChangeListCache::Update {
 
   private:
     // A version whose rendition stands beside it is represented by that.
-    static bool hasRendition(const Path& file) {
+    static bool hasRendition(const std::string& name,
+                             const std::set<std::string, std::less<>>& present) {
+        const Path file(name);
         return lowercased(file.pathExtension()) == "fcp" &&
-               current().files.exists(file.deletingPathExtension().appendingPathExtension("xml"));
+               present.contains(file.deletingPathExtension().appendingPathExtension("xml").str());
     }
 
-    void annotate(const std::string& name, const Path& path) {
-        auto annotation = annotationForFile(path);
+    void annotate(const std::string& name) {
+        const Value* annotation = annotations_.find(name);
         const Value::Dictionary* entry = cache_[name].dictionary();
         if (!annotation || !entry) return;
         Value::Dictionary annotated = *entry;
-        annotated["annotation"] = *std::move(annotation);
+        annotated["annotation"] = *annotation;
         cache_[name] = std::move(annotated);
     }
 
@@ -119,8 +130,8 @@ class ChangeListCache::Update {
         return true;
     }
 
-    void take(const std::string& name, const Path& path, Value::Dictionary entry) {
-        if (auto annotation = annotationForFile(path)) entry["annotation"] = *std::move(annotation);
+    void take(const std::string& name, Value::Dictionary entry) {
+        if (const Value* annotation = annotations_.find(name)) entry["annotation"] = *annotation;
         cache_[name] = entry;
         save();
         changed_ = true;
@@ -152,6 +163,7 @@ class ChangeListCache::Update {
     std::shared_ptr<ChangeListDelegate> delegate_;
     std::optional<std::string> format_;
     Value::Dictionary cache_;
+    const Value annotations_;
     std::optional<Path> previous_;
     bool changed_ = false;
 };
@@ -220,9 +232,9 @@ void ChangeListCache::invalidateAllCaches() {
 }
 
 std::optional<Value> ChangeListCache::annotationForFile(const Path& version) {
-    const Path projectFolder = version.deletingLastPathComponent().deletingLastPathComponent();
-    const auto annotations = loadPropertyList(projectFolder / storelayout::annotationsName);
-    const Value* found = annotations ? annotations->find(version.lastPathComponent()) : nullptr;
+    const Value annotations =
+        annotationsOf(version.deletingLastPathComponent().deletingLastPathComponent());
+    const Value* found = annotations.find(version.lastPathComponent());
     return found ? std::optional(*found) : std::nullopt;
 }
 

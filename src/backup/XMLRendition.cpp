@@ -29,7 +29,7 @@ bool isFinalCutProject(const Path& project) {
 bool isWithin(const RenditionLimits& limits, const Path& project, const Path& versions,
               VersionNumber number, bool isOfSequence) {
     if (!limits.size) return true;
-    if (limits.gap != 0 && XMLRendition::gap(project, versions, number) < limits.gap) {
+    if (limits.gap != 0 && XMLRendition::gap(project, versions, number, limits.gap) < limits.gap) {
         ZBLog::appendLog("Skipping XML backup - backup gap set to %li.",
                          static_cast<long>(limits.gap));
         return false;
@@ -85,9 +85,10 @@ bool XMLRendition::write(const Path& project, const Path& versions, VersionNumbe
     return true;
 }
 
-unsigned long XMLRendition::gap(const Path& project, const Path& versions, VersionNumber number) {
+unsigned long XMLRendition::gap(const Path& project, const Path& versions, VersionNumber number,
+                                unsigned long most) {
     unsigned long gap = 0;
-    for (VersionNumber below{number.value - 1}; below.value >= 1; --below.value) {
+    for (VersionNumber below{number.value - 1}; below.value >= 1 && gap < most; --below.value) {
         if (files().exists(versions / versionRenditionName(project, below))) break;
         ++gap;
     }

@@ -5,6 +5,7 @@
 #include "foundation/Path.h"
 
 #include <functional>
+#include <limits>
 #include <optional>
 #include <string>
 
@@ -26,8 +27,9 @@ class XMLRendition {
     void addRendition(const Path& project, const Path& versions, VersionNumber number,
                       const BackupOptions& options) const;
 
-    // How many versions directly below `number` have no rendition.
-    static unsigned long gap(const Path& project, const Path& versions, VersionNumber number);
+    // How many versions directly below `number` have no rendition; counted up to `most`.
+    static unsigned long gap(const Path& project, const Path& versions, VersionNumber number,
+                             unsigned long most = std::numeric_limits<unsigned long>::max());
     // Lets the file open in Final Cut Pro, where the file system can hold that.
     static void setFileAssociation(const Path& file);
 

@@ -32,11 +32,16 @@ StoredProject projectOfFolder(const Path& versionFolder, const std::vector<Store
     return {id, Path(id.text)};
 }
 
-std::vector<Prospect> prospectsOfStore(Store& store, const RetentionRules& rules) {
+std::vector<Prospect> prospectsOfStore(Store& store, const RetentionRules& rules,
+                                       Context& context) {
     std::vector<Prospect> prospects;
     const auto known = store.projects();
     auto plans = Retention::plans(store.root(), rules);
-    if (!plans) return prospects;
+    if (!plans) {
+        context.output.message("There is no version store at " + printable(store.root().str()) +
+                               ".");
+        return prospects;
+    }
     for (ProjectPlan& plan : *plans) {
         StoredProject project = projectOfFolder(plan.versionFolder, known);
         prospects.push_back({std::move(project), std::move(plan)});
@@ -121,7 +126,7 @@ ExitStatus prune(const Arguments& arguments, Context& context) {
             prospects.push_back({*project, {versions, Retention::plan(versions, rules)}});
         }
     } else if (rules.isOn) {
-        prospects = prospectsOfStore(store, rules);
+        prospects = prospectsOfStore(store, rules, context);
     }
     if (arguments.has("json")) {
         showAsJson(context, prospects, rules);

@@ -55,6 +55,12 @@ TEST_F(PruneTest, SaysWhenNothingWouldGo) {
     EXPECT_EQ(run({"prune", "--dry-run", "--json"}).output, "[]\n");
 }
 
+TEST_F(PruneTest, AStoreThatIsNotThereIsSaid) {
+    setRules({{"storagePath", "/Gone"}});
+    EXPECT_THAT(run({"prune", "--dry-run"}).messages,
+                HasSubstr("There is no version store at /Gone."));
+}
+
 TEST_F(PruneTest, TheProjectThatEndsARunIsTheLastShown) {
     setRules({{"oldBackupLimit", 0}});
     const auto outcome = run({"prune", "--dry-run", "--json"});

@@ -37,11 +37,11 @@ struct LinuxScene {
 template <class Scene>
 struct TrashContract : ::testing::Test {
     TrashContract() {
-        EXPECT_FALSE(scene.files.createFolder(scene.folder / "work"));
+        EXPECT_FALSE(scene.files.createFolder(scene.folder / "films"));
         contents = scene.places.homeDirectory() / scene.places.trashFolderInHome();
     }
     Path write(const std::string& name, const std::string& content) {
-        Path path = scene.folder / "work" / name;
+        Path path = scene.folder / "films" / name;
         EXPECT_FALSE(scene.files.createFolder(path.deletingLastPathComponent()));
         EXPECT_FALSE(scene.files.writeFileAtomically(path, content));
         return path;
@@ -65,8 +65,8 @@ TYPED_TEST(TrashContract, TakesFilesAndFoldersAndKeepsWhatItHas) {
     EXPECT_FALSE(this->scene.trash.recycle(this->write("Cut.fcp", "first")));
     EXPECT_FALSE(this->scene.trash.recycle(this->write("Cut.fcp", "second")));
     (void)this->write("folder/in/file", "deep");
-    EXPECT_FALSE(this->scene.trash.recycle(this->scene.folder / "work/folder"));
-    EXPECT_EQ(this->count(this->scene.folder / "work"), 0U);
+    EXPECT_FALSE(this->scene.trash.recycle(this->scene.folder / "films/folder"));
+    EXPECT_EQ(this->count(this->scene.folder / "films"), 0U);
     EXPECT_EQ(this->count(this->contents), 3U);
     EXPECT_EQ(this->read(this->contents / "Cut.fcp"), "first");
     EXPECT_EQ(this->read(this->contents / "Cut.fcp.2"), "second");
@@ -74,7 +74,7 @@ TYPED_TEST(TrashContract, TakesFilesAndFoldersAndKeepsWhatItHas) {
 }
 
 TYPED_TEST(TrashContract, AFailureLeavesTheItemWhereItWas) {
-    EXPECT_TRUE(this->scene.trash.recycle(this->scene.folder / "work/missing")
+    EXPECT_TRUE(this->scene.trash.recycle(this->scene.folder / "films/missing")
                     ->is(posixErrorDomain, ENOENT));
     const Path item = this->write("Cut.fcp", "content");
     for (const FileOperation operation : {FileOperation::createFolder, FileOperation::moveItem}) {
@@ -93,7 +93,7 @@ TEST_F(LinuxTrashTest, TellsWhereItCameFrom) {
     const Path notes = contents.deletingLastPathComponent() / "info";
     const std::string note = read(notes / "100% Schnitt.fcp.trashinfo");
     EXPECT_THAT(note, ::testing::StartsWith("[Trash Info]\nPath="));
-    EXPECT_THAT(note, ::testing::HasSubstr("/work/100%25%20Schnitt.fcp\nDeletionDate=20"));
+    EXPECT_THAT(note, ::testing::HasSubstr("/films/100%25%20Schnitt.fcp\nDeletionDate=20"));
     EXPECT_EQ(scene.files.info(contents)->permissions, 0700U);
 }
 

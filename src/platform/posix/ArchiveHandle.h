@@ -4,7 +4,6 @@
 #include "platform/Archives.h"
 
 #include <cerrno>
-#include <clocale>
 #include <memory>
 #include <string>
 
