@@ -1,9 +1,6 @@
 #include "changes/ChangeListFixture.h"
-#include "changes/Gzip.h"
+#include "changes/GoldenFiles.h"
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <set>
 #include <string>
@@ -14,6 +11,8 @@ namespace larkspan {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::content;
+using testing::golden;
 
 // A hand-made case: a document in which "{{old|new}}" stands for what differs between its two
 // sides, and the lists that both applications' differs must give.
@@ -25,18 +24,6 @@ struct Case {
 };
 
 constexpr std::string_view blockStart = "---- ";
-
-std::string content(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
-    if (!isGzip(bytes)) return bytes;
-    constexpr size_t plenty = 100'000'000;
-    return *gunzipped(bytes, plenty);
-}
-
-fs::path golden(const std::string& name) {
-    return fs::path(LARKSPAN_SOURCE_DIR) / "tests/changes/golden" / name;
-}
 
 // One side of a document with "{{old|new}}" in it.
 std::string side(std::string_view document, bool isNew) {
