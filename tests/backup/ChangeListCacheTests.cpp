@@ -186,6 +186,31 @@ TEST_F(ChangeListCacheTest, DamagedCachesAreMadeAfresh) {
     }
 }
 
+// What the fuzzer begins with, and found: whole and torn, both versions get their entries.
+TEST_F(ChangeListCacheTest, FuzzerSeedsGiveEntries) {
+    constexpr std::string_view middleMark = "<!-- notes -->";
+    setFormat("1");
+    int seeds = 0;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(LARKSPAN_SOURCE_DIR "/fuzz/seeds/change-list-cache")) {
+        const std::string seed = content(entry.path());
+        const size_t middle = std::min(seed.find(middleMark), seed.size());
+        const size_t behind = std::min(middle + middleMark.size(), seed.size());
+        for (size_t size = 0; size <= middle; size += size + 9 < middle ? 9 : 1) {
+            writeFile(file, seed.substr(0, size));
+            writeFile(folderOf("A") / "Annotations.plist", seed.substr(behind, size));
+            const auto made = cache.cacheForProject(folderOf("A"));
+            ASSERT_TRUE(made);
+            for (const char* name : {"Cut.00001.xml", "Cut.00002.xml"}) {
+                ASSERT_TRUE(made->contains(name) && made->at(name).dictionary()) << entry.path();
+            }
+            EXPECT_EQ(made->at("version"), Value("1"));
+        }
+        ++seeds;
+    }
+    EXPECT_GE(seeds, 5);
+}
+
 TEST_F(ChangeListCacheTest, DamagedNotesAreNone) {
     const auto good = cache.cacheForProject(folderOf("A"));
     for (const std::string& content :

@@ -53,7 +53,7 @@ TEST_F(ChangesTest, ShowsLongAndStrangeSentencesSafelyAndNothingElse) {
         return "<xmeml><project><name>" + name + "</name><children/></project></xmeml>";
     };
     addVersion("AAAA", "Cut.00001.xml", saved, named("A"));
-    addVersion("AAAA", "Cut.00002.xml", saved, named(std::string(4'000'000, 'x')));
+    addVersion("AAAA", "Cut.00002.xml", saved, named(std::string(5'000, 'x')));
     addVersion("AAAA", "Cut.00003.xml", saved, named("\x01&#27;[31m&#10;\"100%@\" \xC3\x9C"));
     addVersion("AAAA", "Cut.00004.xml", saved, "<torn>");
     const std::string shown = "  Project name changed to " + std::string(1'976, 'x') + "\u2026\n";
