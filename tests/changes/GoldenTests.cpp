@@ -39,8 +39,8 @@ std::string side(std::string_view document, bool isNew) {
     return text + std::string(document);
 }
 
-// A title, the document behind a line "----", and lists behind lines "---- Final Cut", "----
-// Premiere" or, where they are the same, "---- Both".
+// A title, behind a line "----" the document, and behind such lines with the name of an application
+// ("Final Cut", "Premiere" or "Both") the lists.
 Case caseOf(const std::string& text) {
     Case made;
     std::string document;
