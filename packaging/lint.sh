@@ -131,7 +131,7 @@ check_directions() {
 check_tidy() {
     say "clang-tidy-16 over all sources."
     local configuration
-    configuration="$(sha256sum <.clang-tidy | cut -c1-16) $(clang-tidy-16 --version | tr -d '\n')"
+    configuration="$(cat .clang-tidy tests/.clang-tidy | sha256sum | cut -c1-16) $(clang-tidy-16 --version | tr -d '\n')"
     compiled_sources | check_changed tidy tidy_one "$configuration"
 }
 
