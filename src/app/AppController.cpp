@@ -239,6 +239,8 @@ void AppController::setObjectForPreferenceDictionaryKey(const std::optional<Valu
                                                         const std::string& key) {
     const auto file = Preferences::frontEndFile();
     if (!file || !object || key.empty()) return;
+    // Written all the same where another program does not let go of it: the call gives no error.
+    const auto lock = Preferences::lockForChange(*file);
     // What cannot be read counts as empty here; the whole dictionary is written back.
     Value::Dictionary values;
     const Preferences preferences = Preferences::load(file);

@@ -117,13 +117,14 @@ bool acceptStore(Context& context, const Path& root) {
     return true;
 }
 
-ExitStatus change(Context& context, const std::string& key, std::optional<Value> value) {
+ExitStatus change(Context& context, const std::string& key, const std::optional<Value>& value) {
     const KnownPreference* known = knownPreference(key);
     if (!known) {
         context.output.message("Note: no part of Larkspan is known to read " + printable(key) +
                                "." + didYouMeanPreference(key));
     }
-    if (!changePreference(context, key, std::move(value))) return ExitStatus::failed;
+    if (!changePreference(context, key, [&](const Value*) { return value; }))
+        return ExitStatus::failed;
     const bool tells = known && known->needsConfiguration == NeedsConfiguration::yes;
     if (tells && !tellHelper(context, {"updateConfiguration"})) return ExitStatus::failed;
     return ExitStatus::done;

@@ -41,12 +41,11 @@ std::optional<Preferences> readPreferences(Context& context) {
     return std::nullopt;
 }
 
-bool changePreference(Context& context, const std::string& key, std::optional<Value> value) {
+bool changePreference(Context& context, const std::string& key, const Preferences::Change& change) {
     // Looked at first, so that an unreadable file is told from one that cannot be written.
     if (!readPreferences(context)) return false;
     const auto file = preferencesFile(context);
-    const auto error = value ? Preferences::setObject(*file, key, std::move(*value))
-                             : Preferences::removeObject(*file, key);
+    const auto error = Preferences::changeObject(*file, key, change);
     if (!error) return true;
     context.output.error(
         "The preferences file " + printable(file->str()) +

@@ -15,8 +15,9 @@ namespace larkspan {
 // Empty, with the reason said, when the file cannot be read.
 std::optional<Preferences> readPreferences(Context& context);
 
-// Sets a key, or removes it without a value. False, with the reason said, when that failed.
-bool changePreference(Context& context, const std::string& key, std::optional<Value> value);
+// Gives a key the value that the change makes of the present one, or removes it where that is
+// none. False, with the reason said, when that failed.
+bool changePreference(Context& context, const std::string& key, const Preferences::Change& change);
 
 // What to do about a preferences file that cannot be read.
 std::string unreadablePreferencesAdvice(const Path& file);

@@ -169,6 +169,14 @@ std::optional<Value::Array> readWatchList(Context& context) {
     return std::nullopt;
 }
 
+bool changeWatchList(Context& context,
+                     const std::function<Value::Array(const Value::Array& list)>& change) {
+    return changePreference(context, watchFoldersKey, [&](const Value* present) {
+        const Value::Array* list = present ? present->array() : nullptr;
+        return Value(change(list ? *list : Value::Array()));
+    });
+}
+
 Addition addWatchFolder(Context& context, const Path& folder,
                         const std::optional<std::string>& extensions) {
     const auto preferences = readPreferences(context);
@@ -186,9 +194,8 @@ Addition addWatchFolder(Context& context, const Path& folder,
     const std::string wanted =
         extensions.value_or(isListed ? listed->extensions : std::string(defaultExtensions));
     if (isListed && wanted == listed->extensions) return Addition::unchanged;
-    if (!changePreference(context, watchFoldersKey, withFolder(*list, folder, wanted))) {
-        return Addition::failed;
-    }
+    const auto add = [&](const Value::Array& now) { return withFolder(now, folder, wanted); };
+    if (!changeWatchList(context, add)) return Addition::failed;
     for (const Path& other : overlappingFolders(entries, folder)) {
         context.output.message("Note: " + printable(other.str()) +
                                " is watched too and overlaps with it; a project below both may be "

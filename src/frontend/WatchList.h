@@ -6,6 +6,7 @@
 #include "frontend/Command.h"
 #include "kit/Preferences.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -48,6 +49,11 @@ enum class Addition { added, changed, unchanged, failed };
 // a new one gets the default ones. What goes wrong is said to the user.
 Addition addWatchFolder(Context& context, const Path& folder,
                         const std::optional<std::string>& extensions);
+
+// Stores what the change makes of the list as it is by then, which another program may have changed
+// since it was read. False, with the reason said, when that failed.
+bool changeWatchList(Context& context,
+                     const std::function<Value::Array(const Value::Array& list)>& change);
 
 // The stored list; an empty one when there is none. Nothing, with the reason said, when it cannot
 // be read or the preference holds something else.

@@ -22,15 +22,13 @@ ExitStatus watchRemove(const Arguments& arguments, Context& context) {
     if (!list) return ExitStatus::failed;
     const Path folder = absolutePath(arguments.words()[0], context.currentDirectory);
     const std::string name = printable(folder.str());
-    Value::Array remaining = withoutFolder(*list, folder);
-    if (remaining.size() == list->size()) {
+    const auto remove = [&](const Value::Array& now) { return withoutFolder(now, folder); };
+    if (remove(*list).size() == list->size()) {
         context.output.error(name + " is not on the watch list.",
                              printable(advice(watchEntries(*list), folder)));
         return ExitStatus::failed;
     }
-    if (!changePreference(context, watchFoldersKey, std::move(remaining))) {
-        return ExitStatus::failed;
-    }
+    if (!changeWatchList(context, remove)) return ExitStatus::failed;
     context.output.line(name + " is no longer on the watch list.");
     context.output.message(
         "Projects already found in it stay in the version store and are backed "

@@ -48,6 +48,9 @@ bool isMissing(const Error& error) {
     return error.is(posixErrorDomain, ENOENT);
 }
 
+// A change takes milliseconds; another that takes longer has come to a standstill.
+constexpr Seconds longestWaitForOthers{5};
+
 // What is to be written back with a change; an empty dictionary for a missing file.
 Result<Value::Dictionary> editableValues(const Path& file) {
     const Result<Value> loaded = loadPropertyList(file);
@@ -139,19 +142,35 @@ bool Preferences::wantsAlerts() const {
     return !value || !value->equalsNumber(0);
 }
 
-std::optional<Error> Preferences::setObject(const Path& file, const std::string& key,
-                                            Value object) {
+Result<std::unique_ptr<platform::FolderLock>> Preferences::lockForChange(const Path& file) {
+    const Path folder = file.deletingLastPathComponent();
+    if (auto error = files().createFolder(folder)) return *error;
+    return files().lockFolder(folder, longestWaitForOthers);
+}
+
+std::optional<Error> Preferences::changeObject(const Path& file, const std::string& key,
+                                               const Change& change) {
+    const auto lock = lockForChange(file);
+    if (!lock) return lock.error();
     Result<Value::Dictionary> values = editableValues(file);
     if (!values) return values.error();
-    values->insert_or_assign(key, std::move(object));
-    return savePropertyList(Value(std::move(*values)), file);
+    const auto present = values->find(key);
+    std::optional<Value> wanted = change(present == values->end() ? nullptr : &present->second);
+    if (wanted) {
+        values->insert_or_assign(key, std::move(*wanted));
+    } else if (values->erase(key) == 0) {
+        return std::nullopt;
+    }
+    return files().writeFileAtomically(file, serializePropertyList(Value(std::move(*values))));
+}
+
+std::optional<Error> Preferences::setObject(const Path& file, const std::string& key,
+                                            Value object) {
+    return changeObject(file, key, [&](const Value*) { return object; });
 }
 
 std::optional<Error> Preferences::removeObject(const Path& file, const std::string& key) {
-    Result<Value::Dictionary> values = editableValues(file);
-    if (!values) return values.error();
-    if (values->erase(key) == 0) return std::nullopt;
-    return savePropertyList(Value(std::move(*values)), file);
+    return changeObject(file, key, [](const Value*) { return std::nullopt; });
 }
 
 }  // namespace larkspan

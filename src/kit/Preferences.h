@@ -3,7 +3,10 @@
 #include "foundation/Path.h"
 #include "foundation/Result.h"
 #include "foundation/Value.h"
+#include "platform/Files.h"
 
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -54,8 +57,17 @@ class Preferences {
 
     const Value& values() const { return values_; }
 
-    // Sets one key of a preferences file and writes the whole file atomically. A file that is
-    // there but cannot be read is an error, so that nothing in it is lost.
+    // Gives the new value of a key for the present one, null when it is missing; nothing to remove
+    // it.
+    using Change = std::function<std::optional<Value>(const Value* present)>;
+
+    // Changes one key of a preferences file and writes the whole file atomically. Other programs'
+    // changes are waited for, a few seconds at most, and none is lost. A file that is there but
+    // cannot be read is an error, so that nothing in it is lost either.
+    static std::optional<Error> changeObject(const Path& file, const std::string& key,
+                                             const Change& change);
+    // Keeps other programs' changes of a preferences file waiting for as long as it lives.
+    static Result<std::unique_ptr<platform::FolderLock>> lockForChange(const Path& file);
     static std::optional<Error> setObject(const Path& file, const std::string& key, Value object);
     static std::optional<Error> removeObject(const Path& file, const std::string& key);
 

@@ -84,6 +84,12 @@ class FileWriter {
     virtual std::optional<Error> write(std::string_view bytes) = 0;
 };
 
+// Keeps others out for as long as it lives.
+class FolderLock {
+  public:
+    virtual ~FolderLock() = default;
+};
+
 // Errors of these operations have posixErrorDomain with an errno value, which callers may test:
 // ENOENT for missing things, EEXIST where something is in the way, ENOSPC for a full disk.
 inline constexpr const char* filesErrorDomain = "FilesErrorDomain";
@@ -133,6 +139,13 @@ class Files {
 
     // With the folders above it where they are missing; an existing folder is a success.
     virtual std::optional<Error> createFolder(const Path& path) = 0;
+
+    // Waits for the folder's lock, which one holder at a time has among all processes and threads
+    // that ask for it; whoever does not ask is not held up. ETIMEDOUT when another has it for
+    // longer than `patience`. Where the file system has no locks the one that is given keeps
+    // nobody out.
+    virtual Result<std::unique_ptr<FolderLock>> lockFolder(const Path& folder,
+                                                           Seconds patience) = 0;
 
     // Copies a file or a whole folder tree to a path where nothing is. The copy appears under that
     // name whole or not at all, also when the process is killed or the disk fills up, and is on

@@ -4,6 +4,8 @@
 #include "kit/ZBLocalPaths.h"
 #include "support/FakePlatformTest.h"
 
+#include <thread>
+
 #include <gmock/gmock.h>
 
 namespace larkspan {
@@ -54,6 +56,24 @@ TEST_F(PreferencesTest, SetAndRemoveOneKey) {
     EXPECT_FALSE(Preferences::removeObject(file, "a"));
     EXPECT_FALSE(Preferences::removeObject(file, "a"));
     EXPECT_EQ(Preferences::frontEnd().values(), Value(Value::Dictionary{{"b", "text"}}));
+}
+
+TEST_F(PreferencesTest, NoChangeMadeAtTheSameTimeIsLost) {
+    const Path file = *Preferences::frontEndFile();
+    const auto append = [](const Value* present) {
+        Value::Array list = present ? *present->array() : Value::Array();
+        list.emplace_back("x");
+        return Value(std::move(list));
+    };
+    constexpr int each = 50;
+    const auto work = [&] {
+        for (int i = 0; i < each; ++i)
+            EXPECT_FALSE(Preferences::changeObject(file, "list", append));
+    };
+    std::thread other(work);
+    work();
+    other.join();
+    EXPECT_EQ(Preferences::frontEnd().array("list").size(), 2U * each);
 }
 
 TEST_F(PreferencesTest, SwitchUserNotificationsOff) {

@@ -2,6 +2,7 @@
 #include "platform/FilesUnderTest.h"
 
 #include <cerrno>
+#include <future>
 
 namespace larkspan::testing {
 namespace {
@@ -49,6 +50,22 @@ TEST_P(FilesContract, AppendsToFilesThatExist) {
     EXPECT_EQ(codeOf(files().openForAppending(at("missing"))), ENOENT);
     EXPECT_EQ(codeOf(files().openForAppending(at(""))), EISDIR);
     EXPECT_EQ(codeOf(files().openForAppending(at("pipe"))), EINVAL);
+}
+
+TEST_P(FilesContract, LocksOfAFolderExcludeOneAnother) {
+    write(at("file"), "");
+    auto lock = files().lockFolder(at(""), Seconds(0));
+    ASSERT_TRUE(lock);
+    EXPECT_EQ(codeOf(files().lockFolder(at(""), Seconds(0.02))), ETIMEDOUT);
+    write(at("file"), "changed by one who does not ask");
+    auto waited = std::async(std::launch::async, [&] {
+        return files().lockFolder(at(""), Seconds(60)).operator bool();
+    });
+    lock->reset();
+    EXPECT_TRUE(waited.get());
+    EXPECT_TRUE(files().lockFolder(at(""), Seconds(0)));
+    EXPECT_EQ(codeOf(files().lockFolder(at("missing"), Seconds(0))), ENOENT);
+    EXPECT_EQ(codeOf(files().lockFolder(at("file"), Seconds(0))), ENOTDIR);
 }
 
 TEST_P(FilesContract, CreatesFoldersWithThoseAbove) {

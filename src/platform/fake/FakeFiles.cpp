@@ -175,6 +175,20 @@ Result<std::unique_ptr<FileWriter>> FakeFiles::openForAppending(const Path& path
     });
 }
 
+Result<std::unique_ptr<FolderLock>> FakeFiles::lockFolder(const Path& folder, Seconds patience) {
+    const std::string doing = "locking folder " + folder.str();
+    const int problem = state_.with([&](State& state) {
+        const auto found = state.tree.find(folder, LastLink::follow);
+        if (found.failed != 0) return found.failed;
+        if (found.node->kind != EntryKind::folder) return ENOTDIR;
+        return found.node->allows(mayRead) ? 0 : EACCES;
+    });
+    if (problem != 0) return posixError(problem, doing);
+    auto lock = locks_.take(folder, patience);
+    if (!lock) return posixError(ETIMEDOUT, doing);
+    return lock;
+}
+
 std::optional<Error> FakeFiles::createFolder(const Path& path) {
     return change("creating folder " + path.str(), [&](State& state) {
         if (path.empty()) return ENOENT;

@@ -3,6 +3,7 @@
 #include "foundation/Guarded.h"
 #include "platform/Clock.h"
 #include "platform/fake/FakeFileTree.h"
+#include "platform/fake/FakeFolderLocks.h"
 
 #include <span>
 
@@ -42,6 +43,7 @@ class FakeFiles final : public Files {
     std::optional<Error> writeFileAtomically(const Path& path, std::string_view bytes) override;
     Result<std::unique_ptr<FileWriter>> openForAppending(const Path& path) override;
     std::optional<Error> createFolder(const Path& path) override;
+    Result<std::unique_ptr<FolderLock>> lockFolder(const Path& folder, Seconds patience) override;
     std::optional<Error> copyItem(const Path& source, const Path& target) override;
     int removeAbandonedCopies(const Path& folder) override;
     std::optional<Error> moveItem(const Path& source, const Path& target) override;
@@ -81,6 +83,7 @@ class FakeFiles final : public Files {
 
     const Clock& clock_;
     Guarded<State> state_;
+    FakeFolderLocks locks_;
 };
 
 }  // namespace larkspan::platform

@@ -144,6 +144,11 @@ std::optional<Error> FaultyFiles::createFolder(const Path& path) {
     return files_.createFolder(path);
 }
 
+Result<std::unique_ptr<FolderLock>> FaultyFiles::lockFolder(const Path& folder, Seconds patience) {
+    if (auto error = refused(FileOperation::lockFolder, folder)) return *error;
+    return files_.lockFolder(folder, patience);
+}
+
 std::optional<Error> FaultyFiles::copyItem(const Path& source, const Path& target) {
     if (auto error = refused(FileOperation::copyItem, source, target)) return error;
     return files_.copyItem(source, target);

@@ -1,6 +1,7 @@
 #include "platform/linux/SocketFolder.h"
 
 #include "platform/Connections.h"
+#include "platform/posix/AdvisoryLock.h"
 
 #include <algorithm>
 #include <array>
@@ -9,12 +10,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <thread>
 #include <utility>
 
 #include <fcntl.h>
 #include <pwd.h>
-#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -80,19 +79,14 @@ const sockaddr* generic(const sockaddr_un& address) {
     return reinterpret_cast<const sockaddr*>(&address);
 }
 
-Result<FileDescriptor> takeLock(const Path& path, Seconds patience) {
+Result<FileDescriptor> openLocked(const Path& path, Seconds patience) {
     FileDescriptor lock(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!lock) return posixError(errno, "lock file \"" + path.str() + '"');
-    const auto end = std::chrono::steady_clock::now() + patience;
-    while (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
-        if (errno != EWOULDBLOCK && errno != EINTR) return posixError(errno, path.str());
-        if (std::chrono::steady_clock::now() >= end) {
-            return connectionError(ConnectionErrorCode::alreadyServed,
-                                   "another process holds " + path.str());
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return lock;
+    const int failed = takeLock(lock.get(), patience);
+    if (failed == 0) return lock;
+    if (failed != EWOULDBLOCK) return posixError(failed, path.str());
+    return connectionError(ConnectionErrorCode::alreadyServed,
+                           "another process holds " + path.str());
 }
 
 Result<FileDescriptor> listenAt(const Path& path) {
@@ -188,7 +182,7 @@ std::optional<Error> checkSocketFolder(const Path& folder) {
 Result<SocketListener> listenInFolder(const Path& folder, const std::string& name,
                                       Seconds patience) {
     if (auto error = prepareSocketFolder(folder)) return *error;
-    Result<FileDescriptor> lock = takeLock(folder / (name + ".lock"), patience);
+    Result<FileDescriptor> lock = openLocked(folder / (name + ".lock"), patience);
     if (!lock) return lock.error();
     const Path path = socketPath(folder, name);
     Result<FileDescriptor> socket = listenAt(path);

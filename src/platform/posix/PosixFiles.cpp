@@ -1,6 +1,7 @@
 #include "platform/posix/PosixFiles.h"
 
 #include "platform/FinderInfo.h"
+#include "platform/posix/AdvisoryLock.h"
 #include "platform/posix/ContentComparison.h"
 #include "platform/posix/FileContents.h"
 #include "platform/posix/FileFacts.h"
@@ -35,6 +36,14 @@ std::optional<Error> outcome(int result, const std::string& doing) {
 bool isAllowed(const char* path, int access) {
     return ::faccessat(AT_FDCWD, path, access, AT_EACCESS) == 0;
 }
+
+class HeldLock final : public FolderLock {
+  public:
+    explicit HeldLock(FileDescriptor folder) : folder_(std::move(folder)) {}
+
+  private:
+    FileDescriptor folder_;
+};
 
 // In a folder with the sticky bit only the owners of the entry and of the folder may remove it.
 bool stickyBitForbids(const struct stat& folder, const struct stat& entry) {
@@ -101,6 +110,14 @@ std::optional<Error> PosixFiles::createFolder(const Path& path) {
         return posixError(errno, doing);
     }
     return isFolder(path) ? std::optional<Error>() : posixError(EEXIST, doing);
+}
+
+Result<std::unique_ptr<FolderLock>> PosixFiles::lockFolder(const Path& folder, Seconds patience) {
+    const std::string doing = "locking folder " + folder.str();
+    FileDescriptor opened = openFolderAt(AT_FDCWD, systemName(folder));
+    if (!opened) return posixError(errno, doing);
+    if (takeLock(opened.get(), patience) == EWOULDBLOCK) return posixError(ETIMEDOUT, doing);
+    return std::unique_ptr<FolderLock>(std::make_unique<HeldLock>(std::move(opened)));
 }
 
 std::optional<Error> PosixFiles::copyItem(const Path& source, const Path& target) {

@@ -21,6 +21,7 @@ class PosixFiles : public Files {
     std::optional<Error> writeFileAtomically(const Path& path, std::string_view bytes) override;
     Result<std::unique_ptr<FileWriter>> openForAppending(const Path& path) override;
     std::optional<Error> createFolder(const Path& path) override;
+    Result<std::unique_ptr<FolderLock>> lockFolder(const Path& folder, Seconds patience) override;
     std::optional<Error> copyItem(const Path& source, const Path& target) override;
     int removeAbandonedCopies(const Path& folder) override;
     std::optional<Error> moveItem(const Path& source, const Path& target) override;
