@@ -20,6 +20,7 @@ namespace {
 
 constexpr std::chrono::seconds createTimeout{15};
 constexpr std::string_view cacheSuffix = ".cache.plist";
+constexpr const char* formatKey = "version";
 
 platform::Platform& current() {
     return platform::Platform::current();
@@ -53,7 +54,7 @@ Value annotationsOf(const Path& projectFolder) {
 
 Value::Dictionary loadCache(const Path& file, const std::optional<std::string>& format) {
     const auto loaded = loadPropertyList(file);
-    const Value* version = loaded ? loaded->find("version") : nullptr;
+    const Value* version = loaded ? loaded->find(formatKey) : nullptr;
     const std::string* text = version ? version->string() : nullptr;
     if (text && format && *text == *format) return *loaded->dictionary();
     ZBLog::appendLog("Cache version does not match. Resetting cache...");
@@ -83,8 +84,8 @@ class ChangeListCache::Update {
         tell([&](ChangeListDelegate& delegate) { delegate.versionsToBeLoaded(names.size()); });
         for (const std::string& name : names) {
             const Path path(messageText("%@/%@", versions, name));
-            if (hasRendition(name, present)) continue;
-            if (cache_.contains(name)) {
+            if (name == formatKey || hasRendition(name, present)) continue;
+            if (hasEntry(name)) {
                 annotate(name);
             } else if (!previous_) {
                 return makeAll();
@@ -113,11 +114,16 @@ class ChangeListCache::Update {
                present.contains(file.deletingPathExtension().appendingPathExtension("xml").str());
     }
 
+    // What is no dictionary in a damaged cache is made again.
+    bool hasEntry(const std::string& name) const {
+        const auto found = cache_.find(name);
+        return found != cache_.end() && found->second.dictionary();
+    }
+
     void annotate(const std::string& name) {
         const Value* annotation = annotations_.find(name);
-        const Value::Dictionary* entry = cache_[name].dictionary();
-        if (!annotation || !entry) return;
-        Value::Dictionary annotated = *entry;
+        if (!annotation) return;
+        Value::Dictionary annotated = *cache_[name].dictionary();
         annotated["annotation"] = *annotation;
         cache_[name] = std::move(annotated);
     }
@@ -141,7 +147,7 @@ class ChangeListCache::Update {
     }
 
     void finish() {
-        if (format_) cache_["version"] = *format_;
+        if (format_) cache_[formatKey] = *format_;
         save();
     }
 

@@ -30,6 +30,15 @@ class StringWriter final : public pugi::xml_writer {
     std::string text;
 };
 
+// What indenting adds grows with the square of the depth. Real documents have 26 levels.
+class DepthCheck final : public pugi::xml_tree_walker {
+  public:
+    bool for_each(pugi::xml_node& /*node*/) override { return depth() < deepestIndented; }
+
+  private:
+    static constexpr int deepestIndented = 1000;
+};
+
 }  // namespace
 
 RenditionSettings renditionSettings(const Preferences& frontEnd) {
@@ -58,7 +67,9 @@ Result<std::string> tidiedXML(std::string_view xml) {
         declaration.append_attribute("encoding") = "UTF-8";
     }
     StringWriter writer;
-    document.save(writer, "\t", pugi::format_indent, pugi::encoding_utf8);
+    DepthCheck check;
+    const unsigned format = document.traverse(check) ? pugi::format_indent : pugi::format_raw;
+    document.save(writer, "\t", format, pugi::encoding_utf8);
     return std::move(writer.text);
 }
 

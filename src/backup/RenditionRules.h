@@ -35,7 +35,8 @@ inline bool isBelow(std::optional<float> limit, std::uint64_t size) {
 }
 
 // The XML that the application gave, with one element a line, indented by tabs, and a declaration;
-// comments, DOCTYPE and texts stay as they are. An error with a sentence for what is no well-formed
+// comments, DOCTYPE and texts stay as they are. What is nested deeper than any project is not
+// indented, which would take all memory. An error with a sentence for what is no well-formed
 // document.
 Result<std::string> tidiedXML(std::string_view xml);
 

@@ -1,4 +1,5 @@
 #include "backup/ZBLarkspanBackup.h"
+#include "changes/Sentence.h"
 #include "foundation/Text.h"
 #include "frontend/Commands.h"
 #include "frontend/Format.h"
@@ -27,12 +28,13 @@ struct VersionChanges {
         const Value* value = entry->find("date");
         return value && value->date() ? std::optional(*value->date()) : std::nullopt;
     }
+    // As they are shown; in the cache they are whole.
     std::vector<std::string> sentences() const {
         std::vector<std::string> texts;
         const Value* list = entry->find("changelist");
         if (!list || !list->array()) return texts;
         for (const Value& sentence : *list->array()) {
-            if (sentence.string()) texts.push_back(*sentence.string());
+            if (sentence.string()) texts.push_back(cutForShowing(*sentence.string()));
         }
         return texts;
     }
@@ -89,6 +91,7 @@ ExitStatus changes(const Arguments& arguments, Context& context) {
     Store store(*root);
     const auto project = projectArgument(arguments.words()[0], store, context);
     if (!project) return ExitStatus::failed;
+    prepareLog();
     ZBLarkspanBackup engine;
     const auto cache = engine.cacheForProject(storelayout::projectFolder(*root, project->id));
     if (!cache) {
@@ -117,9 +120,10 @@ constinit const Command changesCommand{
     .summary = "Say what changed in each version of a project.",
     .description =
         "Says in sentences what changed in each version of a project, oldest first, with "
-        "the notes\non it. What is not known yet is worked out first. PROJECT is the "
-        "project's identifier or\nthe start of it, its name, or the path of its file. Works "
-        "without a helper. JSON fields:\nversion, file, date, changes, note.",
+        "the notes\non it. What is not known yet is worked out first. Sentences of more than 2,000 "
+        "characters\nare cut. PROJECT is the project's identifier or the start of it, its name, or "
+        "the path of\nits file. Works without a helper. JSON fields: version, file, date, changes, "
+        "note.",
     .example = "larkspan changes Cut.fcp",
     .options = options,
     .fewestWords = 1,

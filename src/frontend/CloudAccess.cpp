@@ -6,9 +6,6 @@
 #include "frontend/Format.h"
 #include "frontend/ProjectArgument.h"
 #include "frontend/Settings.h"
-#include "kit/ZBLog.h"
-#include "platform/Files.h"
-#include "platform/Platform.h"
 #include "sync/CloudErrors.h"
 
 #include <algorithm>
@@ -19,7 +16,6 @@ namespace larkspan {
 namespace {
 
 constexpr std::string_view packedEnding = ".zip";
-constexpr std::uint64_t largestLog = 500'000;
 
 }  // namespace
 
@@ -83,13 +79,6 @@ std::string versionNameOf(const RemotePath& file) {
     std::string name = file.lastPathComponent();
     if (isPacked(file)) name.resize(name.size() - packedEnding.size());
     return name;
-}
-
-void prepareTransferLog() {
-    const auto logs = ZBLog::availableLogs();
-    const auto info =
-        logs.empty() ? std::nullopt : platform::Platform::current().files.info(logs.front());
-    if (!info || info->size > largestLog) ZBLog::createNewLog();
 }
 
 std::string progressText(const std::string& what, double done) {

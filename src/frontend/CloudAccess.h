@@ -30,9 +30,6 @@ std::optional<std::vector<DBMetadata>> cloudVersions(const std::string& project,
 std::string versionNameOf(const RemotePath& file);
 bool isPacked(const RemotePath& file);
 
-// Makes the log ready for a process that transfers: many of them share it.
-void prepareTransferLog();
-
 // "Uploading Cut.00003.fcp  [##########----------]  50%".
 std::string progressText(const std::string& what, double done);
 

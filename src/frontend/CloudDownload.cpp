@@ -2,6 +2,7 @@
 
 #include "foundation/Uuid.h"
 #include "frontend/CloudAccess.h"
+#include "frontend/Settings.h"
 #include "kit/ZBFileManager.h"
 #include "platform/Archives.h"
 #include "platform/DockTile.h"
@@ -79,7 +80,7 @@ std::optional<Error> downloadVersion(const RemotePath& file, const Path& target,
     const auto asked = context.onTermination([&] {
         if (shown) shown->interrupt();
     });
-    prepareTransferLog();
+    prepareLog();
     (void)TransferFile::clearLeftovers();
     DBSession::openSharedSession();
     const std::string name = versionNameOf(file);

@@ -4,6 +4,7 @@
 #include "frontend/CloudAccess.h"
 #include "frontend/Commands.h"
 #include "frontend/Format.h"
+#include "frontend/Settings.h"
 #include "platform/MainThread.h"
 #include "platform/Platform.h"
 
@@ -38,7 +39,7 @@ class Removals {
 
 ExitStatus removeRemote(const Arguments& arguments, Context& context) {
     if (!cloudSettings(context) || !hasCloudAccount(context)) return ExitStatus::failed;
-    prepareTransferLog();
+    prepareLog();
     // A comma in a path is taken for one between two, deliberately: the list does not tell.
     std::vector<Path> versions;
     for (std::string& path : split(arguments.words()[0], ',')) {

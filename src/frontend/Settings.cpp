@@ -2,11 +2,16 @@
 
 #include "backup/StoreLayout.h"
 #include "frontend/Format.h"
+#include "kit/ZBLog.h"
+#include "platform/Files.h"
+#include "platform/Platform.h"
 
 #include <utility>
 
 namespace larkspan {
 namespace {
+
+constexpr std::uint64_t largestLog = 500'000;
 
 std::optional<Path> preferencesFile(Context& context) {
     auto file = Preferences::frontEndFile();
@@ -58,6 +63,14 @@ std::optional<Path> storeRoot(Context& context) {
                              "Choose one with: larkspan prefs storagePath FOLDER");
     }
     return root;
+}
+
+void prepareLog() {
+    if (Preferences::organisation().isSwitchedOn("disable-logging")) return ZBLog::disableLogging();
+    const auto logs = ZBLog::availableLogs();
+    const auto info =
+        logs.empty() ? std::nullopt : platform::Platform::current().files.info(logs.front());
+    if (!info || info->size > largestLog) ZBLog::createNewLog();
 }
 
 }  // namespace larkspan

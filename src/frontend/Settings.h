@@ -25,4 +25,8 @@ std::string unreadablePreferencesAdvice(const Path& file);
 // Where the versions are kept. Empty, with the reason said, when the user has no such place.
 std::optional<Path> storeRoot(Context& context);
 
+// Makes the log ready for a command that does logged work; many processes share it. Without it what
+// cannot be logged would stand among the results.
+void prepareLog();
+
 }  // namespace larkspan

@@ -3,6 +3,7 @@
 #include "frontend/CloudAccess.h"
 #include "frontend/Commands.h"
 #include "frontend/ProjectSearch.h"
+#include "frontend/Settings.h"
 #include "platform/DockTile.h"
 #include "platform/MainThread.h"
 #include "platform/Platform.h"
@@ -32,7 +33,7 @@ ExitStatus upload(const Arguments& arguments, Context& context) {
         problem = "The upload was interrupted.";
         current().mainThread.stop();
     });
-    prepareTransferLog();
+    prepareLog();
     ZBLarkspanBackup::clearTransferLeftovers();
     const Path version = absolutePath(arguments.words()[0], context.currentDirectory);
     ZBLarkspanBackup engine;

@@ -1,4 +1,6 @@
 #include "backup/ChangeListCache.h"
+#include "changes/GoldenFiles.h"
+#include "foundation/PropertyList.h"
 #include "kit/Identifiers.h"
 #include "support/StoreTest.h"
 
@@ -11,7 +13,9 @@ namespace {
 
 using namespace std::chrono_literals;
 using ::testing::Contains;
+using testing::content;
 using ::testing::ElementsAre;
+using testing::golden;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
@@ -152,6 +156,156 @@ TEST_F(ChangeListCacheTest, AFolderThatCannotBeMadeIsToldAsItFits) {
                 ElementsAre("Unable to create cache folder: Please check permissions for the "
                             "folder " +
                             storelayout::cacheFolder()->deletingLastPathComponent().str()));
+}
+
+TEST_F(ChangeListCacheTest, DamagedCachesAreMadeAfresh) {
+    const auto good = cache.cacheForProject(folderOf("A"));
+    const std::string written = contentOf(file);
+    const auto plist = [](const std::string& value) { return "<plist>" + value + "</plist>"; };
+    Value::Dictionary mixed = *good;
+    mixed["Cut.00001.xml"] = Value::Array{"text"};
+    mixed["Cut.00002.xml"] = "text";
+    const std::vector<std::string> damaged{
+        "",
+        "bplist00",
+        "\xFF\xFE",
+        plist("<array/>"),
+        plist("<string>7</string>"),
+        plist("<dict/>"),
+        plist("<dict><key>version</key><integer>7</integer></dict>"),
+        plist("<dict><key>version</key><string>6</string></dict>"),
+        serializePropertyList(Value(mixed))};
+    for (const std::string& content : damaged) {
+        writeFile(file, content);
+        EXPECT_EQ(cache.cacheForProject(folderOf("A")), good) << content;
+        EXPECT_EQ(contentOf(file), written) << content;
+    }
+    for (size_t size = 0; size < written.size(); size += 37) {
+        writeFile(file, written.substr(0, size));
+        EXPECT_EQ(cache.cacheForProject(folderOf("A")), good) << size;
+    }
+}
+
+// What the fuzzer begins with, and found: whole and torn, both versions get their entries.
+TEST_F(ChangeListCacheTest, FuzzerSeedsGiveEntries) {
+    constexpr std::string_view middleMark = "<!-- notes -->";
+    setFormat("1");
+    int seeds = 0;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(LARKSPAN_SOURCE_DIR "/fuzz/seeds/change-list-cache")) {
+        const std::string seed = content(entry.path());
+        const size_t middle = std::min(seed.find(middleMark), seed.size());
+        const size_t behind = std::min(middle + middleMark.size(), seed.size());
+        for (size_t size = 0; size <= middle; size += size + 9 < middle ? 9 : 1) {
+            writeFile(file, seed.substr(0, size));
+            writeFile(folderOf("A") / "Annotations.plist", seed.substr(behind, size));
+            const auto made = cache.cacheForProject(folderOf("A"));
+            ASSERT_TRUE(made);
+            for (const char* name : {"Cut.00001.xml", "Cut.00002.xml"}) {
+                ASSERT_TRUE(made->contains(name) && made->at(name).dictionary()) << entry.path();
+            }
+            EXPECT_EQ(made->at("version"), Value("1"));
+        }
+        ++seeds;
+    }
+    EXPECT_GE(seeds, 5);
+}
+
+TEST_F(ChangeListCacheTest, DamagedNotesAreNone) {
+    const auto good = cache.cacheForProject(folderOf("A"));
+    for (const std::string& content :
+         {std::string(), std::string("<plist><dict><key>Cut.0"), std::string("bplist00"),
+          std::string("<plist><array/></plist>"), std::string("<plist><dict/></plist>")}) {
+        writeFile(folderOf("A") / "Annotations.plist", content);
+        EXPECT_EQ(cache.cacheForProject(folderOf("A")), good) << content;
+        EXPECT_EQ(ChangeListCache::annotationForFile(versions / "Cut.00001.xml"), std::nullopt);
+    }
+}
+
+TEST_F(ChangeListCacheTest, AVersionMayGoWhileItIsLookedAt) {
+    addRendition(2, "Other");
+    addRendition(3, "Third", 1h);
+    const auto removed = versions / "Cut.00002.xml";
+    const auto removeIt = [&](const Path& path) {
+        if (path == removed) (void)fake.files.removeItem(removed);
+    };
+    for (const bool hasCache : {false, true}) {
+        SCOPED_TRACE(hasCache);
+        ChangeListCache::invalidateAllCaches();
+        if (hasCache) {
+            ASSERT_TRUE(cache.cacheForProject(folderOf("A")));
+            Value::Dictionary first = stored();
+            std::erase_if(first, [](const auto& entry) {
+                return entry.first > "Cut.00001.xml" && entry.first.ends_with(".xml");
+            });
+            ASSERT_FALSE(savePropertyList(Value(first), file));
+        }
+        fake.faults.beforeCall(platform::FileOperation::info, removeIt);
+        const auto without = cache.cacheForProject(folderOf("A"));
+        ASSERT_TRUE(without);
+        EXPECT_THAT(changesOf(*without, "Cut.00001.xml"), ElementsAre("(Base version)"));
+        EXPECT_THAT(changesOf(*without, "Cut.00002.xml"), ElementsAre("(missing)"));
+        // The next look finds what stands before it now.
+        const auto later = cache.cacheForProject(folderOf("A"));
+        EXPECT_THAT(changesOf(*later, "Cut.00003.xml"),
+                    ElementsAre("Sequence name changed to Third"));
+        fake.faults.beforeCall(platform::FileOperation::info, {});
+        addRendition(2, "Other");
+    }
+}
+
+TEST_F(ChangeListCacheTest, CancellingAtAnyStepLosesNothing) {
+    addRendition(2, "Other");
+    addRendition(3, "Third", 1h);
+    const auto whole = cache.cacheForProject(folderOf("A"));
+    const auto interface = std::make_shared<RecordingInterface>();
+    driver.userInterface = interface;
+    bool wasCancelled = true;
+    for (int step = 1; wasCancelled; ++step) {
+        ASSERT_LT(step, 1'000);
+        ChangeListCache::invalidateAllCaches();
+        int calls = 0;
+        for (const auto operation :
+             {platform::FileOperation::info, platform::FileOperation::readFile,
+              platform::FileOperation::writeFileAtomically}) {
+            fake.faults.beforeCall(operation, [&](const Path&) {
+                if (++calls == step) driver.processingCancelled = true;
+            });
+        }
+        const auto made = cache.cacheForProject(folderOf("A"));
+        wasCancelled = calls >= step;
+        for (const auto& [name, entry] : made.value_or(stored())) EXPECT_EQ(entry, whole->at(name));
+        calls = -1'000'000;
+        EXPECT_EQ(cache.cacheForProject(folderOf("A")), whole) << step;
+    }
+    EXPECT_THAT(interface->alerts, IsEmpty());
+}
+
+// Each with a cache of its own, as after a new start.
+TEST_F(ChangeListCacheTest, OneVersionAtATimeGivesTheListsOfTheWholeProject) {
+    long number = 0;
+    const auto add = [&](const std::string& content) {
+        writeFile(versionsOf("B") / ("Cut." + padNumber({++number}) + ".xml"), content);
+        ChangeListDriver started{surroundings()};
+        return ChangeListCache(started).cacheForProject(folderOf("B"));
+    };
+    for (const char* document :
+         {"project-to-sequence.old.xml.gz", "rewrapped.old.xml.gz", "rewrapped.new.xml.gz",
+          "rewrapped.new.xml.gz", "added-audio-track.new.xml", "changed-rate.old.xml",
+          "changed-rate.new.xml", "renamed.old.xml.gz", "renamed.new.xml.gz"}) {
+        (void)add(content(golden(document)));
+    }
+    const std::string longName(4'000'000, 'x');
+    (void)add("<xmeml><sequence><uuid>U</uuid><name>A</name></sequence></xmeml>");
+    const auto oneByOne =
+        add("<xmeml><sequence><uuid>U</uuid><name>\x01\xEF\xBF\xBE\xC3\xA9]]&gt;&#13;" + longName +
+            "</name></sequence></xmeml>");
+    EXPECT_THAT(changesOf(*oneByOne, "Cut.00004.xml"), ElementsAre("No change"));
+    EXPECT_THAT(changesOf(*oneByOne, "Cut.00011.xml"),
+                ElementsAre("Sequence name changed to \x01\xEF\xBF\xBE\xC3\xA9]]>\r" + longName));
+    ChangeListCache::invalidateAllCaches();
+    EXPECT_EQ(cache.cacheForProject(folderOf("B")), oneByOne);
+    EXPECT_EQ(cache.cacheForProject(folderOf("B")), oneByOne);
 }
 
 TEST_F(ChangeListCacheTest, AllCachesGoAndNothingElse) {

@@ -71,6 +71,16 @@ TEST(RenditionRulesTest, TidiedXMLKeepsWhatTheDocumentSays) {
     EXPECT_EQ(*tidiedXML("<a/>"), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<a />\n");
 }
 
+TEST(RenditionRulesTest, DepthDoesNotSwellTheXML) {
+    std::string deep;
+    for (int level = 0; level < 200'000; ++level) deep += "<a>";
+    for (int level = 0; level < 200'000; ++level) deep += "</a>";
+    const auto tidied = tidiedXML(deep);
+    ASSERT_TRUE(tidied) << tidied.error().description;
+    EXPECT_LT(tidied->size(), deep.size() + 100);
+    EXPECT_EQ(*tidiedXML(*tidied), *tidied);
+}
+
 TEST(RenditionRulesTest, WhatIsNoDocumentIsRefused) {
     for (const char* xml : {"", "text", "<a>", "<a/><b/>", "<a>caf\xe9</a>", "<a>&</a>"}) {
         EXPECT_FALSE(tidiedXML(xml)) << xml;

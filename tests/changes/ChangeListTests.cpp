@@ -248,6 +248,32 @@ TEST_F(ChangeListTests, CancellingGivesNoList) {
     EXPECT_THAT(loggedLines(), ::testing::Contains("Change log generation was cancelled").Times(4));
 }
 
+TEST_F(ChangeListTests, EncodingsAndLineEndsMakeNoDifference) {
+    const auto utf16 = [](std::string_view text, bool hasMark) {
+        std::string wide = hasMark ? "\xFF\xFE" : "";
+        for (const char c : replacingAll(text, "\xC3\xA9", "\xE9")) {
+            wide += c;
+            wide += '\0';
+        }
+        return wide;
+    };
+    const auto document = [](const std::string& head, const std::string& end,
+                             const std::string& name) {
+        return head + "<xmeml>" + end + "<project>" + end + "<name>" + name + end + "b</name>" +
+               end + "<children/></project></xmeml>" + end;
+    };
+    const std::string plain = document("", "\n", "caf\xC3\xA9");
+    for (const std::string& other :
+         {document("\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"UTF-8\"?>", "\r\n", "caf\xC3\xA9"),
+          document("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>", "\r", "caf\xE9"),
+          document("<!DOCTYPE xmeml>", "\n", "caf&#xE9;"), utf16(plain, true),
+          utf16(plain, false)}) {
+        EXPECT_EQ(changes(plain, other), Sentences{"No change"}) << other;
+        EXPECT_EQ(changes(document("", "", "a"), other),
+                  Sentences{"Project name changed to caf\xC3\xA9\nb"});
+    }
+}
+
 TEST_F(ChangeListTests, DeepAndLargeDocumentsEnd) {
     const auto nested = [](const std::string& inner) {
         std::string text;

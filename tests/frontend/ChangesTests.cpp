@@ -1,4 +1,5 @@
 #include "frontend/FrontEndTest.h"
+#include "kit/ZBLocalPaths.h"
 
 #include <gmock/gmock.h>
 
@@ -45,6 +46,30 @@ TEST_F(ChangesTest, TellsOfEveryVersionWithItsNote) {
   }
 ]
 )text");
+}
+
+TEST_F(ChangesTest, ShowsLongAndStrangeSentencesSafelyAndNothingElse) {
+    const auto named = [](const std::string& name) {
+        return "<xmeml><project><name>" + name + "</name><children/></project></xmeml>";
+    };
+    addVersion("AAAA", "Cut.00001.xml", saved, named("A"));
+    addVersion("AAAA", "Cut.00002.xml", saved, named(std::string(5'000, 'x')));
+    addVersion("AAAA", "Cut.00003.xml", saved, named("\x01&#27;[31m&#10;\"100%@\" \xC3\x9C"));
+    addVersion("AAAA", "Cut.00004.xml", saved, "<torn>");
+    const std::string shown = "  Project name changed to " + std::string(1'976, 'x') + "\u2026\n";
+    for (int time = 0; time < 2; ++time) {  // made, and read from the cache
+        const auto told = run({"changes", "Cut"});
+        EXPECT_THAT(told.output, HasSubstr("\n" + shown));
+        EXPECT_THAT(told.output, HasSubstr("changed to ??[31m?\"100%@\" \xC3\x9C\n"));
+        EXPECT_EQ(told.status, ExitStatus::done);
+    }
+    EXPECT_LT(run({"changes", "Cut", "--json"}).output.size(), 4'000U);
+    const Value quiet = Value::Dictionary{{"disable-logging", true}};
+    ASSERT_FALSE(savePropertyList(
+        quiet, *ZBLocalPaths::prefsDirectory(UserDomain::yes) / organisationPreferencesFile));
+    (void)run({"changes", "Cut"});
+    ZBLog::finishWriting();
+    EXPECT_TRUE(fake.console.printed().empty());
 }
 
 TEST_F(ChangesTest, SaysWhenThereIsNothingToTell) {

@@ -64,7 +64,11 @@ TEST_F(DiffTest, ShowsLongAndStrangeValuesSafely) {
 }
 
 TEST_F(DiffTest, SaysWhatCannotBeCompared) {
+    std::string deep;
+    for (int level = 0; level < 200'000; ++level) deep += "<a>";
+    for (int level = 0; level < 200'000; ++level) deep += "</a>";
     const std::vector<std::pair<std::string, std::string>> table{
+        {deep, "Elements are nested deeper than 1000 levels."},
         {"<torn>", "\"old.xml\" cannot be read as a project document: "},
         {"", "The file is empty."},
         {"no xml at all", "outside of the root"},
