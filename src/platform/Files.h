@@ -52,6 +52,9 @@ struct DiskSpace {
 // copied or sorted, so that a large folder with few wanted entries costs little.
 using EntryFilter = std::function<bool(std::string_view name, EntryKind kind)>;
 
+// Whether a listing is to have its order; without it, it costs less.
+enum class Sorted { no, yes };
+
 // An open folder. Holds one descriptor until destroyed; used by one thread at a time. Names may be
 // relative paths of several components.
 class Folder {
@@ -59,8 +62,9 @@ class Folder {
     virtual ~Folder() = default;
 
     // The wanted entries (all without a filter), in listing order: case-insensitive name, then
-    // bytes. Unreadable folders give none.
-    virtual std::vector<DirectoryEntry> entries(const EntryFilter& filter = {}) = 0;
+    // bytes; not sorted, in any order. Unreadable folders give none.
+    virtual std::vector<DirectoryEntry> entries(const EntryFilter& filter = {},
+                                                Sorted sorted = Sorted::yes) = 0;
 
     // A folder in this one, following a link; null when there is none or it may not be opened.
     virtual std::unique_ptr<Folder> openFolder(const std::string& name) = 0;
@@ -73,6 +77,10 @@ class Folder {
 
     // Content of a file in this folder, as Files::readFile.
     virtual Result<std::string> readFile(const std::string& name, size_t largestSize) = 0;
+
+    // Removes a file or a link, in one call to the system. A folder stays and is an error, as is a
+    // missing entry; for all that may be in the way there is Files::removeItem.
+    virtual std::optional<Error> removeFile(const std::string& name) = 0;
 };
 
 // An open file that is written at its end. Closed when destroyed. One thread at a time.

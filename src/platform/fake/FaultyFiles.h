@@ -21,6 +21,7 @@ enum class FileOperation {
     removeAbandonedCopies,
     moveItem,
     removeItem,
+    removeFile,  // Folder::removeFile
     setPermissions,
     setModificationDate,
     setLocked,
