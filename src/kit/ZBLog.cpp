@@ -23,6 +23,8 @@ constexpr std::uint64_t largestGeneration = 500'000;
 // Entries below this many characters are waited for, while no more than this is pending.
 constexpr std::uint64_t shortEntry = 100;
 constexpr size_t abandonedWhenQuitting = 20;
+// So long the writer lets entries come together, where nobody waits for them.
+constexpr std::chrono::milliseconds gathering{3};
 
 std::mutex instanceMutex;
 std::unique_ptr<ZBLog> instance;  // NOLINT(bugprone-dynamic-static-initializers)
@@ -57,7 +59,9 @@ bool isLoggingDisabled() {
 
 }  // namespace
 
-ZBLog::ZBLog() : writeQueue_(1, [this](const std::string& reason) { reportProblem(reason); }) {}
+ZBLog::ZBLog()
+    : writeQueue_(
+          1, [this](const std::string& reason) { reportProblem(reason); }, gathering) {}
 
 ZBLog::~ZBLog() {
     close();
