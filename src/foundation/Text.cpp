@@ -161,6 +161,7 @@ long integerValue(std::string_view text) {
 }
 
 size_t characterCount(std::string_view text) {
+    if (isAscii(text)) return text.size();
     size_t count = 0;
     for (; !text.empty(); ++count) text.remove_prefix(decodeFirst(text).length);
     return count;
