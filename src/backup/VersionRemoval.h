@@ -4,10 +4,10 @@
 #include "foundation/Path.h"
 #include "platform/Files.h"
 
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace larkspan {
@@ -21,7 +21,7 @@ struct ListedFolder {
 
     Path path;
     std::unique_ptr<platform::Folder> folder;  // null when it is missing
-    std::map<std::string, platform::EntryKind, std::less<>> entries;
+    std::unordered_map<std::string, platform::EntryKind> entries;
 };
 
 // What a project's folder holds, kept up to date while versions are removed.

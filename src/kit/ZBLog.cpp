@@ -210,7 +210,7 @@ void ZBLog::queueWriting() {
 void ZBLog::appendTextToLog(std::string_view text) {
     if (writeQueue_.isCurrent()) {
         const Entry entry{std::string(trimmed(text)), 0};
-        if (!entry.text.empty()) (void)writeSome({&entry, 1});
+        if (!entry.text.empty() && !loggingDisabled_) (void)writeSome({&entry, 1});
     } else if (takeIn(text)) {
         queueWriting();
     }
