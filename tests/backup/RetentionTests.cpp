@@ -189,13 +189,12 @@ TEST_F(RetentionTest, RemovesVersionsThatAreFolders) {
 TEST_F(RetentionTest, GoesOncePerRunThroughAFolder) {
     setRules();
     addFinalCutProject("A");
-    using platform::FileOperation;
     const int listed = fake.faults.callCount(FileOperation::folderEntries);
-    const int looked = fake.faults.callCount(FileOperation::removeItem);
+    const int removedByPath = fake.faults.callCount(FileOperation::removeItem);
     retention.manageBackups();
     EXPECT_EQ(fake.faults.callCount(FileOperation::folderEntries) - listed, 3)
         << "the store, the versions, the pictures";
-    EXPECT_EQ(fake.faults.callCount(FileOperation::removeItem), looked)
+    EXPECT_EQ(fake.faults.callCount(FileOperation::removeItem), removedByPath)
         << "plain files go by their open folder";
 }
 
