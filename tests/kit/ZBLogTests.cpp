@@ -113,7 +113,7 @@ TEST_F(ZBLogTest, RotatesWhenTheLimitIsReached) {
 
 TEST_F(ZBLogTest, RotatesAmongEntriesThatWaitTogether) {
     ZBLog::createNewLog();
-    constexpr int count = 3000;
+    constexpr int count = 2000;
     const std::string filling(300, 'x');
     for (int i = 0; i < count; ++i) ZBLog::fastAppendLog("%i %@", i, filling);
     ZBLog::finishWriting();
