@@ -19,18 +19,27 @@ platform::Platform& current() {
     return platform::Platform::current();
 }
 
-bool isVisible(std::string_view name, platform::EntryKind) {
-    return !isHiddenName(name);
-}
-
-std::vector<StoredFile> storedFiles(platform::Folder& versions) {
+std::vector<StoredFile> storedFiles(platform::Folder& versions,
+                                    const std::vector<platform::DirectoryEntry>& entries) {
     std::vector<StoredFile> files;
-    for (auto& entry : versions.entries(isVisible)) {
+    files.reserve(entries.size());
+    for (const auto& entry : entries) {
+        if (isHiddenName(entry.name)) continue;
         const auto info = versions.info(entry.name);
-        files.push_back(
-            {std::move(entry.name), info ? std::optional(info->modificationDate) : std::nullopt});
+        files.push_back({entry.name, info ? std::optional(info->modificationDate) : std::nullopt});
     }
     return files;
+}
+
+// The policy has an order of its own.
+std::vector<platform::DirectoryEntry> unsortedEntries(platform::Folder& versions) {
+    return versions.entries({}, platform::Sorted::no);
+}
+
+RetentionPlan planOf(platform::Folder& versions,
+                     const std::vector<platform::DirectoryEntry>& entries,
+                     const RetentionRules& rules) {
+    return retentionPlan(storedFiles(versions, entries), rules, current().clock.now());
 }
 
 // The last version and the one before it, as the store counts them; fewer when there are not two.
@@ -38,7 +47,9 @@ std::vector<std::string> lastTwo(const Path& versionFolder) {
     std::vector<std::string> names;
     const auto folder = current().files.openFolder(versionFolder);
     if (!folder) return names;
-    for (auto& entry : folder->entries(isVisible)) names.push_back(std::move(entry.name));
+    for (auto& entry : folder->entries()) {
+        if (!isHiddenName(entry.name)) names.push_back(std::move(entry.name));
+    }
     std::ranges::stable_sort(names, {}, [](const auto& name) { return numberOfVersion(name); });
     const size_t surplus = names.size() > 2 ? names.size() - 2 : 0;
     names.erase(names.begin(), names.begin() + static_cast<std::ptrdiff_t>(surplus));
@@ -62,8 +73,8 @@ void Retention::manageBackups() {
     const auto root = storelayout::storeRoot(preferences);
     std::vector<Path> removed;
     bool isComplete = true;
-    const bool isThere = visitVersionFolders(root, [&](const Path& versions, auto& folder) {
-        isComplete = manageProject(versions, folder, rules, removed);
+    const bool isThere = visitVersionFolders(root, [&](const Path& versions, auto folder) {
+        isComplete = manageProject(versions, std::move(folder), rules, removed);
         return isComplete;
     });
     if (!isThere) {
@@ -80,17 +91,19 @@ bool Retention::visitVersionFolders(const std::optional<Path>& root, const Visit
     if (!store) return false;
     for (const platform::DirectoryEntry& entry : store->entries()) {
         if (entry.kind == platform::EntryKind::file) continue;
-        const auto folder = store->openFolder(entry.name + "/" + storelayout::versionsName);
-        if (folder && !visit(*root / entry.name / storelayout::versionsName, *folder)) break;
+        auto folder = store->openFolder(entry.name + "/" + storelayout::versionsName);
+        if (!folder) continue;
+        if (!visit(*root / entry.name / storelayout::versionsName, std::move(folder))) break;
     }
     return true;
 }
 
-bool Retention::manageProject(const Path& versionFolder, platform::Folder& folder,
+bool Retention::manageProject(const Path& versionFolder, std::unique_ptr<platform::Folder> folder,
                               const RetentionRules& rules, std::vector<Path>& removed) {
-    const RetentionPlan plan = retentionPlan(storedFiles(folder), rules, current().clock.now());
+    const auto entries = unsortedEntries(*folder);
+    const RetentionPlan plan = planOf(*folder, entries, rules);
     if (plan.removals.empty()) return true;
-    auto listing = ProjectFolderListing::of(versionFolder);
+    ProjectFolderListing listing({versionFolder, std::move(folder), entries});
     for (const size_t index : plan.removals) {
         const std::string& name = plan.verdicts[index].name;
         versionremoval::removeBackup(listing, name, rules.removal);
@@ -109,15 +122,14 @@ void Retention::warnOfPeriodCount(long stored) {
 RetentionPlan Retention::plan(const Path& versionFolder, const RetentionRules& rules) {
     const auto folder = current().files.openFolder(versionFolder);
     if (!folder) return {};
-    return retentionPlan(storedFiles(*folder), rules, current().clock.now());
+    return planOf(*folder, unsortedEntries(*folder), rules);
 }
 
 std::optional<std::vector<ProjectPlan>> Retention::plans(const Path& root,
                                                          const RetentionRules& rules) {
     std::vector<ProjectPlan> plans;
-    const bool isThere = visitVersionFolders(root, [&](const Path& versions, auto& folder) {
-        plans.push_back(
-            {versions, retentionPlan(storedFiles(folder), rules, current().clock.now())});
+    const bool isThere = visitVersionFolders(root, [&](const Path& versions, auto folder) {
+        plans.push_back({versions, planOf(*folder, unsortedEntries(*folder), rules)});
         return !plans.back().plan.endsRun;
     });
     if (!isThere) return std::nullopt;
@@ -126,8 +138,8 @@ std::optional<std::vector<ProjectPlan>> Retention::plans(const Path& root,
 
 void Retention::removeBackup(const Path& version, RemovalType removeType,
                              RemoveSynced removeSynced) const {
-    auto listing = ProjectFolderListing::of(version.deletingLastPathComponent());
-    if (!listing.versions.contains(version.lastPathComponent())) return;
+    ProjectFolderListing listing(ListedFolder(version.deletingLastPathComponent()));
+    if (!listing.versions.entries.contains(version.lastPathComponent())) return;
     versionremoval::removeBackup(listing, version.lastPathComponent(), removeType);
     if (removeSynced == RemoveSynced::no) return;
     if (retentionRules(Preferences::frontEnd()).removesSynced) removeSyncedFiles_({version});

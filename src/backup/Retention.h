@@ -5,6 +5,7 @@
 #include "platform/Files.h"
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -52,10 +53,11 @@ class Retention {
   private:
     // Calls `visit` with each version folder of a store, in the order of its listing, for as long
     // as that gives true. False when there is no store.
-    using VisitFolder = std::function<bool(const Path& versionFolder, platform::Folder& folder)>;
+    using VisitFolder =
+        std::function<bool(const Path& versionFolder, std::unique_ptr<platform::Folder> folder)>;
     static bool visitVersionFolders(const std::optional<Path>& root, const VisitFolder& visit);
     // False when the run is over. What is removed is added to `removed`.
-    static bool manageProject(const Path& versionFolder, platform::Folder& folder,
+    static bool manageProject(const Path& versionFolder, std::unique_ptr<platform::Folder> folder,
                               const RetentionRules& rules, std::vector<Path>& removed);
     void warnOfPeriodCount(long stored);
 

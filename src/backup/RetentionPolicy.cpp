@@ -26,13 +26,18 @@ long isoWeek(const std::tm& date) {
     return integerValue({text.data(), std::strftime(text.data(), text.size(), "%V", &date)});
 }
 
+constexpr auto nameOf = [](const StoredFile* file) -> const std::string& { return file->name; };
+
 // Makes the plan of one project; each step gives its entries their rule.
 class Planning {
   public:
-    Planning(std::vector<StoredFile> files, const RetentionRules& rules, Date now)
-        : rules_(rules), now_(now), files_(std::move(files)) {
-        std::ranges::sort(files_, {}, &StoredFile::name);
-        for (const StoredFile& file : files_) plan_.verdicts.push_back({file.name, {}, {}});
+    Planning(const std::vector<StoredFile>& files, const RetentionRules& rules, Date now)
+        : rules_(rules), now_(now) {
+        files_.reserve(files.size());
+        for (const StoredFile& file : files) files_.push_back(&file);
+        std::ranges::sort(files_, {}, nameOf);
+        plan_.verdicts.reserve(files.size());
+        for (const StoredFile* file : files_) plan_.verdicts.push_back({file->name, {}, {}});
     }
 
     RetentionPlan plan() && {
@@ -55,10 +60,10 @@ class Planning {
 
     void sortByAge() {
         // Without the date of the newest version there is no telling what is old.
-        const std::optional<Date> newest = files_.back().modificationDate;
+        const std::optional<Date> newest = files_.back()->modificationDate;
         for (size_t index = 0; index < files_.size(); ++index) {
-            const std::optional<Date> date = files_[index].modificationDate;
-            if (isWithItsCopy(files_[index].name)) {
+            const std::optional<Date> date = files_[index]->modificationDate;
+            if (isWithItsCopy(files_[index]->name)) {
                 set(index, RetentionRule::withItsCopy);
             } else if (!newest || !date) {
                 set(index, RetentionRule::undated);
@@ -78,7 +83,7 @@ class Planning {
 
     bool isWithItsCopy(const std::string& name) const {
         if (!isRenditionName(name)) return false;
-        return std::ranges::binary_search(files_, copyNameOfRendition(name), {}, &StoredFile::name);
+        return std::ranges::binary_search(files_, copyNameOfRendition(name), {}, nameOf);
     }
 
     void limitRecent() {
@@ -116,7 +121,7 @@ class Planning {
 
     const RetentionRules& rules_;
     const Date now_;
-    std::vector<StoredFile> files_;
+    std::vector<const StoredFile*> files_;  // in plain order of the names
     std::vector<size_t> recent_;
     std::map<std::string, std::vector<size_t>> groups_;  // by period, oldest first
     RetentionPlan plan_;
@@ -124,8 +129,9 @@ class Planning {
 
 }  // namespace
 
-RetentionPlan retentionPlan(std::vector<StoredFile> files, const RetentionRules& rules, Date now) {
-    return Planning(std::move(files), rules, now).plan();
+RetentionPlan retentionPlan(const std::vector<StoredFile>& files, const RetentionRules& rules,
+                            Date now) {
+    return Planning(files, rules, now).plan();
 }
 
 std::string periodKey(Date date, RetentionPeriod period) {
@@ -170,7 +176,7 @@ std::vector<size_t> keptIndexes(size_t count, long kept) {
 bool isRenditionName(std::string_view name) {
     constexpr std::string_view suffix = ".xml";
     return name.size() >= suffix.size() &&
-           lowercased(name.substr(name.size() - suffix.size())) == suffix;
+           caseInsensitiveCompare(name.substr(name.size() - suffix.size()), suffix) == 0;
 }
 
 std::string copyNameOfRendition(std::string_view name) {

@@ -52,7 +52,8 @@ struct RetentionPlan {
 };
 
 // `files` are the visible entries of a version folder, renditions among them, in any order.
-RetentionPlan retentionPlan(std::vector<StoredFile> files, const RetentionRules& rules, Date now);
+RetentionPlan retentionPlan(const std::vector<StoredFile>& files, const RetentionRules& rules,
+                            Date now);
 
 // The key of the period that a date lies in, in the local time zone: "2012-03-07"; "2012-9" for a
 // week (the calendar year before the number of the ISO week, so a week's key may name the year

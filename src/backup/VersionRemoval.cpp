@@ -14,47 +14,46 @@
 namespace larkspan {
 namespace {
 
-using Entries = ProjectFolderListing::Entries;
-
 constexpr std::chrono::seconds removalTimeout{10};
 
-Entries entriesIn(const Path& path) {
-    Entries entries;
-    if (const auto folder = platform::Platform::current().files.openFolder(path)) {
-        for (auto& entry : folder->entries()) entries.emplace(std::move(entry.name), entry.kind);
-    }
-    return entries;
+platform::Files& files() {
+    return platform::Platform::current().files;
 }
 
-bool removeItem(const Path& item, RemovalType type) {
-    return type == RemovalType::remove ? ZBFileManager::removeFile(item, removalTimeout)
-                                       : ZBFileManager::trashFile(item, removalTimeout);
+std::vector<platform::DirectoryEntry> entriesOf(platform::Folder* folder) {
+    if (!folder) return {};
+    return folder->entries({}, platform::Sorted::no);
 }
 
-void removeListed(const Path& folder, Entries& entries, const std::string& name, RemovalType type) {
-    if (removeItem(folder / name, type)) entries.erase(name);
+void removeListed(ListedFolder& from, const std::string& name, const Path& path, RemovalType type) {
+    const bool isGone = type == RemovalType::remove
+                            ? ZBFileManager::removeFile(path, *from.folder, removalTimeout)
+                            : ZBFileManager::trashFile(path, removalTimeout);
+    if (isGone) from.entries.erase(name);
 }
 
-void removeCompanion(const Path& folder, Entries& entries, const std::string& name,
-                     RemovalType type) {
-    if (!entries.contains(name)) return;
-    const Path path = folder / name;
+void removeCompanion(ListedFolder& from, const std::string& name, RemovalType type) {
+    if (!from.entries.contains(name)) return;
+    const Path path = from.path / name;
     if (type == RemovalType::remove) {
         ZBLog::appendLog("Deleting %@...", path);
     } else {
         ZBLog::appendLog("Sending %@ to trash...", path);
     }
-    removeListed(folder, entries, name, type);
+    removeListed(from, name, path, type);
 }
 
 // The cache is looked for under the name of the folder that holds the version, "Versions", where no
 // cache lies as a rule. Deliberate: the entry of a version that is gone does no harm, and is made
 // again with the whole cache.
-void removeFromCache(const Path& versionFolder, const std::string& name) {
+std::optional<Path> cacheOf(const Path& versionFolder) {
     const auto caches = storelayout::cacheFolder();
-    if (!caches) return;
-    const Path file = storelayout::cacheFile(*caches, versionFolder);
-    if (!platform::Platform::current().files.exists(file)) return;
+    if (!caches) return std::nullopt;
+    Path file = storelayout::cacheFile(*caches, versionFolder);
+    return files().exists(file) ? std::optional(std::move(file)) : std::nullopt;
+}
+
+void removeFromCache(const Path& file, const std::string& name) {
     const Result<Value> cache = loadPropertyList(file);
     if (!cache) return;
     auto changed = cacheWithout(*cache->dictionary(), name);
@@ -69,8 +68,8 @@ std::string companionName(const std::string& name) {
     return path.deletingPathExtension().appendingPathExtension("xml").str();
 }
 
-bool mayCountAsEmpty(const Entries& entries) {
-    return std::ranges::all_of(entries, [](const auto& entry) {
+bool mayCountAsEmpty(const ListedFolder& folder) {
+    return std::ranges::all_of(folder.entries, [](const auto& entry) {
         const auto& [name, kind] = entry;
         return kind == platform::EntryKind::folder || ZBFileManager::isFolderDecoration(name);
     });
@@ -78,31 +77,38 @@ bool mayCountAsEmpty(const Entries& entries) {
 
 }  // namespace
 
-ProjectFolderListing ProjectFolderListing::of(const Path& versionFolder) {
-    const Path project = versionFolder.deletingLastPathComponent();
-    return {versionFolder, entriesIn(versionFolder),
-            entriesIn(project / storelayout::screenshotsName)};
+ListedFolder::ListedFolder(Path where, std::unique_ptr<platform::Folder> opened,
+                           const std::vector<platform::DirectoryEntry>& listed)
+    : path(std::move(where)), folder(std::move(opened)) {
+    for (const auto& [name, kind] : listed) entries.emplace(name, kind);
 }
 
-void versionremoval::removeBackup(ProjectFolderListing& folder, const std::string& name,
+ListedFolder::ListedFolder(const Path& where) : path(where), folder(files().openFolder(where)) {
+    for (auto& [name, kind] : entriesOf(folder.get())) entries.emplace(std::move(name), kind);
+}
+
+ProjectFolderListing::ProjectFolderListing(ListedFolder versionFolder)
+    : versions(std::move(versionFolder)),
+      screenshots(versions.path.deletingLastPathComponent() / storelayout::screenshotsName),
+      cache(cacheOf(versions.path)) {}
+
+void versionremoval::removeBackup(ProjectFolderListing& listing, const std::string& name,
                                   RemovalType removeType) {
-    if (!folder.versions.contains(name)) return;
-    const Path path = folder.versionFolder / name;
+    if (!listing.versions.entries.contains(name)) return;
+    const Path path = listing.versions.path / name;
     ZBLog::appendLog("Removing backup %@...", path);
-    removeFromCache(folder.versionFolder, name);
+    if (listing.cache) removeFromCache(*listing.cache, name);
     if (removeType == RemovalType::remove) {
         ZBLog::appendLog("Deleting file %@...", path);
     } else {
         ZBLog::appendLog("Sending %@ to trash...", path);
     }
-    removeListed(folder.versionFolder, folder.versions, name, removeType);
-    removeCompanion(folder.versionFolder, folder.versions, companionName(name), removeType);
-    const Path project = folder.versionFolder.deletingLastPathComponent();
-    const std::string picture = Path(name).deletingPathExtension().str() + ".jpg";
-    removeCompanion(project / storelayout::screenshotsName, folder.screenshots, picture,
+    removeListed(listing.versions, name, path, removeType);
+    removeCompanion(listing.versions, companionName(name), removeType);
+    removeCompanion(listing.screenshots, Path(name).deletingPathExtension().str() + ".jpg",
                     removeType);
-    if (mayCountAsEmpty(folder.versions)) {
-        (void)ZBFileManager::removeFolderIfEmpty(folder.versionFolder);
+    if (mayCountAsEmpty(listing.versions)) {
+        (void)ZBFileManager::removeFolderIfEmpty(listing.versions.path);
     }
 }
 

@@ -4,30 +4,43 @@
 #include "foundation/Path.h"
 #include "platform/Files.h"
 
-#include <map>
+#include <memory>
+#include <optional>
 #include <string>
+#include <unordered_map>
+#include <vector>
 
 namespace larkspan {
 
-// What a project's folder holds, listed once and kept up to date while versions are removed.
+// An open folder and what it holds, listed once.
+struct ListedFolder {
+    ListedFolder(Path path, std::unique_ptr<platform::Folder> folder,
+                 const std::vector<platform::DirectoryEntry>& entries);
+    // Opens and lists it; one that is missing has no entries.
+    explicit ListedFolder(const Path& path);
+
+    Path path;
+    std::unique_ptr<platform::Folder> folder;  // null when it is missing
+    std::unordered_map<std::string, platform::EntryKind> entries;
+};
+
+// What a project's folder holds, kept up to date while versions are removed.
 struct ProjectFolderListing {
-    using Entries = std::map<std::string, platform::EntryKind, std::less<>>;
+    // Lists the screenshots beside the version folder.
+    explicit ProjectFolderListing(ListedFolder versions);
 
-    // Lists the version folder and the screenshots beside it; what is missing has no entries.
-    static ProjectFolderListing of(const Path& versionFolder);
-
-    Path versionFolder;
-    Entries versions;
-    Entries screenshots;
+    ListedFolder versions;
+    ListedFolder screenshots;
+    std::optional<Path> cache;  // the change-list cache that may speak of these versions
 };
 
 // Removes single versions with all that belongs to them. No state; any thread.
 namespace versionremoval {
 
-// Removes a version from the folder of the listing: its entry in the change-list cache, the file,
+// Removes a version from the listed folder: its entry in the change-list cache, the file,
 // its copy or rendition, its picture, and the folder when it has become empty. Nothing happens when
 // the listing does not hold it. Failures are logged; the listing then still holds what stayed.
-void removeBackup(ProjectFolderListing& folder, const std::string& name, RemovalType removeType);
+void removeBackup(ProjectFolderListing& listing, const std::string& name, RemovalType removeType);
 
 }  // namespace versionremoval
 

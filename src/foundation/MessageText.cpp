@@ -55,16 +55,23 @@ struct Printer {
     }
 };
 
+std::string printed(const MessageArgument::Content& content, std::string_view placeholder) {
+    const Directive directive = readDirective(placeholder);
+    return std::visit(Printer{directive}, content);
+}
+
 }  // namespace
 
 std::string formatMessage(std::string_view format, std::span<const MessageArgument> arguments) {
+    constexpr size_t usualLength = 256;
     std::string out;
+    out.reserve(usualLength);
     size_t next = 0;
     for (size_t at = 0; at < format.size(); ++at) {
-        if (format[at] != '%') {
-            out += format[at];
-            continue;
-        }
+        const size_t sign = std::min(format.find('%', at), format.size());
+        out += format.substr(at, sign - at);
+        if (sign == format.size()) break;
+        at = sign;
         const size_t end = detail::placeholderEnd(format, at + 1);
         if (at + 1 < format.size() && format[at + 1] == '%') {
             out += '%';
@@ -72,9 +79,8 @@ std::string formatMessage(std::string_view format, std::span<const MessageArgume
         } else if (end == std::string_view::npos) {
             out += '%';
         } else {
-            const Directive directive = readDirective(format.substr(at + 1, end - at));
             out += next < arguments.size()
-                       ? std::visit(Printer{directive}, arguments[next].content())
+                       ? printed(arguments[next].content(), format.substr(at + 1, end - at))
                        : "(null)";
             ++next;
             at = end;

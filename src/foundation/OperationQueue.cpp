@@ -11,8 +11,11 @@ thread_local std::vector<const OperationQueue*> queuesRunningHere;
 
 }  // namespace
 
-OperationQueue::OperationQueue(int maxConcurrentOperationCount, ExceptionHandler handler)
-    : maxConcurrent_(std::max(1, maxConcurrentOperationCount)), handler_(std::move(handler)) {}
+OperationQueue::OperationQueue(int maxConcurrentOperationCount, ExceptionHandler handler,
+                               std::chrono::milliseconds delay)
+    : maxConcurrent_(std::max(1, maxConcurrentOperationCount)),
+      handler_(std::move(handler)),
+      delay_(delay) {}
 
 OperationQueue::~OperationQueue() {
     std::deque<Operation> dropped;  // destroyed without the lock: what they own may use the queue
@@ -84,8 +87,9 @@ void OperationQueue::work() {
         ++idleThreads_;
         workAdded_.wait(lock, [this] { return closing_ || mayRun(); });
         --idleThreads_;
+        if (delay_.count() > 0) workAdded_.wait_for(lock, delay_, [this] { return closing_; });
         if (closing_) return;
-        runNext(lock);
+        if (mayRun()) runNext(lock);
     }
 }
 

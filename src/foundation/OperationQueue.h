@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -21,7 +22,10 @@ class OperationQueue {
     // Called on the queue's thread with the text of an exception that left an operation.
     using ExceptionHandler = std::function<void(const std::string& reason)>;
 
-    explicit OperationQueue(int maxConcurrentOperationCount, ExceptionHandler handler = {});
+    // With a `delay`, threads of the queue start an operation only so much after they were called,
+    // for work that costs less when more of it comes together. Who waits does not wait for that.
+    explicit OperationQueue(int maxConcurrentOperationCount, ExceptionHandler handler = {},
+                            std::chrono::milliseconds delay = {});
     OperationQueue(const OperationQueue&) = delete;
     OperationQueue& operator=(const OperationQueue&) = delete;
     // Drops what has not started and what running operations still add, waits for what is running.
@@ -52,6 +56,7 @@ class OperationQueue {
 
     const int maxConcurrent_;
     const ExceptionHandler handler_;
+    const std::chrono::milliseconds delay_;
     mutable std::mutex mutex_;
     std::condition_variable workAdded_;
     std::condition_variable finished_;

@@ -57,8 +57,10 @@ char32_t upperCase(char32_t point) {
 }
 
 bool isAscii(std::string_view text) {
-    return std::all_of(text.begin(), text.end(),
-                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    // Without a way out in the middle, so that many bytes are looked at together.
+    unsigned char all = 0;
+    for (const char c : text) all |= static_cast<unsigned char>(c);
+    return all < 0x80;
 }
 
 bool isControl(std::string_view text, size_t at) {
@@ -161,6 +163,7 @@ long integerValue(std::string_view text) {
 }
 
 size_t characterCount(std::string_view text) {
+    if (isAscii(text)) return text.size();
     size_t count = 0;
     for (; !text.empty(); ++count) text.remove_prefix(decodeFirst(text).length);
     return count;

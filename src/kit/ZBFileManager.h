@@ -14,6 +14,10 @@
 
 namespace larkspan {
 
+namespace platform {
+class Folder;
+}
+
 enum class ShouldAuth { no, yes };
 using platform::IncludeParent;
 
@@ -34,6 +38,9 @@ class ZBFileManager {
     // Removes an item with all that it holds.
     [[nodiscard]] static bool removeFile(const Path& file, ShouldAuth shouldAuth = ShouldAuth::yes);
     [[nodiscard]] static bool removeFile(const Path& file, std::chrono::seconds timeout);
+    // The same by way of its open folder, which costs far less for a plain file.
+    [[nodiscard]] static bool removeFile(const Path& file, platform::Folder& fromFolder,
+                                         std::chrono::seconds timeout);
 
     // Creates a folder with those above it; an existing folder is a success. False when its volume
     // is not mounted.

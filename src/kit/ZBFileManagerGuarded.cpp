@@ -45,10 +45,11 @@ bool waitUntil(const Path& path, Expected expected, std::chrono::seconds timeout
     const bool present = expected == Expected::present;
     platform::Clock& clock = current().clock;
     const Seconds start = clock.uptime();
-    while (isThere(path) != present && clock.uptime() - start < timeout) {
+    while (isThere(path) != present) {
+        if (clock.uptime() - start >= timeout) return false;
         clock.sleepFor(expectationPoll);
     }
-    return isThere(path) == present;
+    return true;
 }
 
 // A rename that only changes case goes by way of another name, for file systems that take both
@@ -126,6 +127,12 @@ bool ZBFileManager::trashFile(const Path& file, std::chrono::seconds timeout) {
 }
 bool ZBFileManager::removeFile(const Path& file, std::chrono::seconds timeout) {
     return removeFile(file) && waitUntil(file, Expected::gone, timeout);
+}
+// What the folder itself removed is gone. Anything else, a folder or a lock in the way, takes the
+// longer road, which also says what is wrong.
+bool ZBFileManager::removeFile(const Path& file, platform::Folder& fromFolder,
+                               std::chrono::seconds timeout) {
+    return !fromFolder.removeFile(file.lastPathComponent()) || removeFile(file, timeout);
 }
 bool ZBFileManager::createDirectory(const Path& path, std::chrono::seconds timeout) {
     return createDirectory(path) && waitUntil(path, Expected::present, timeout);

@@ -12,7 +12,7 @@
 #include "platform/Platform.h"
 
 #include <exception>
-#include <stdexcept>
+#include <utility>
 
 namespace larkspan {
 namespace {
@@ -23,6 +23,8 @@ constexpr std::uint64_t largestGeneration = 500'000;
 // Entries below this many characters are waited for, while no more than this is pending.
 constexpr std::uint64_t shortEntry = 100;
 constexpr size_t abandonedWhenQuitting = 20;
+// So long the writer lets entries come together, where nobody waits for them.
+constexpr std::chrono::milliseconds gathering{3};
 
 std::mutex instanceMutex;
 std::unique_ptr<ZBLog> instance;  // NOLINT(bugprone-dynamic-static-initializers)
@@ -58,9 +60,8 @@ bool isLoggingDisabled() {
 }  // namespace
 
 ZBLog::ZBLog()
-    : writeQueue_(1, [this](const std::string& reason) {
-          if (!loggingDisabled_) print("Exception writing to log: %s\n", reason);
-      }) {}
+    : writeQueue_(
+          1, [this](const std::string& reason) { reportProblem(reason); }, gathering) {}
 
 ZBLog::~ZBLog() {
     close();
@@ -189,29 +190,43 @@ void ZBLog::queueHeader() {
     fastAppendLog("Running in 64-bit mode\n");
 }
 
-OperationQueue::Operation ZBLog::takeIn(std::string_view text) {
-    std::string entry(trimmed(text));
-    if (entry.empty()) return {};
-    bytesInQueue_ += characterCount(entry);
-    return [this, entry = std::move(entry)] { appendLogOnThread(entry); };
+bool ZBLog::takeIn(std::string_view text) {
+    const std::string_view entry = trimmed(text);
+    if (entry.empty()) return false;
+    const size_t length = characterCount(entry);
+    bytesInQueue_ += length;
+    return pending_.with([&](std::vector<Entry>& pending) {
+        pending.push_back({std::string(entry), length});
+        return pending.size() == 1;
+    });
 }
 
+void ZBLog::queueWriting() {
+    writeQueue_.addOperation([this] { writePending(); });
+}
+
+// What the writer itself has to say, it writes at once: the header of a generation stands before
+// the entries that wait.
 void ZBLog::appendTextToLog(std::string_view text) {
-    if (auto write = takeIn(text)) writeQueue_.addOperation(std::move(write));
+    if (writeQueue_.isCurrent()) {
+        const Entry entry{std::string(trimmed(text)), 0};
+        if (!entry.text.empty() && !loggingDisabled_) (void)writeSome({&entry, 1});
+    } else if (takeIn(text)) {
+        queueWriting();
+    }
 }
 
-void ZBLog::appendTextAndWait(const std::string& text) {
+void ZBLog::appendTextAndWait(std::string_view text) {
     ZBLog& log = sharedController();
-    auto write = log.takeIn(text);
-    const size_t length = characterCount(text);
-    const bool isShort = length >= 1 && length < shortEntry && log.bytesInQueue_ < shortEntry;
-    const bool waits = isShort && !current().mainThread.isCurrent();
-    if (write && waits) {
-        log.writeQueue_.addOperationAndWait(std::move(write));
-    } else if (write) {
-        log.writeQueue_.addOperation(std::move(write));
-    } else if (waits) {
+    if (log.writeQueue_.isCurrent()) return log.appendTextToLog(text);
+    const bool isFirst = log.takeIn(text);
+    const bool isLittle = log.bytesInQueue_ < shortEntry;
+    const size_t length = isLittle ? characterCount(text) : 0;
+    const bool isShort = length >= 1 && length < shortEntry;
+    if (isShort && !current().mainThread.isCurrent()) {
         finishWriting();
+    } else if (isFirst) {
+        log.queueWriting();
     }
 }
 
@@ -224,47 +239,78 @@ void ZBLog::appendAndPrintText(std::string_view text) {
     current().console.print(printed);
 }
 
-void ZBLog::appendLogOnThread(const std::string& text) {
-    if (loggingDisabled_) return;
-    if (!isOpen()) reopen();
-    if (isOpen()) {
-        writeLine(text);
-    } else {
-        print("Unable to log the following information: %s\n", text);
-        print("Unable to open log for output");
+void ZBLog::writePending() {
+    const auto entries = pending_.with(
+        [](std::vector<Entry>& pending) { return std::exchange(pending, std::vector<Entry>()); });
+    size_t done = 0;
+    while (done < entries.size() && !loggingDisabled_) {
+        done += writeSome(std::span(entries).subspan(done));
     }
+}
+
+// Writes as many of the entries as the current file takes, at once, and gives their number: one at
+// least.
+size_t ZBLog::writeSome(std::span<const Entry> entries) {
+    const auto file = openFile();
+    if (!file) {
+        print("Unable to log the following information: %s\n", entries.front().text);
+        print("Unable to open log for output");
+        bytesInQueue_ -= entries.front().length;
+        return 1;
+    }
+    std::string lines;
+    std::uint64_t length = 0;
+    size_t count = 0;
+    do {
+        lines.append(lineStart()).append(entries[count].text).append("\n");
+        length += entries[count++].length;
+    } while (count < entries.size() && bytesWritten_ + lines.size() < largestGeneration);
+    if (const auto error = file->write(lines)) {
+        for (size_t i = 0; i < count; ++i) reportProblem(error->description);
+        return count;
+    }
+    bytesWritten_ += lines.size();
     if (bytesWritten_ >= largestGeneration) {
         startGeneration(appName());
         appendLog("Log truncated at 500KB");
     }
-    bytesInQueue_ -= characterCount(text);
+    bytesInQueue_ -= length;
+    return count;
 }
 
-bool ZBLog::isOpen() const {
-    const std::lock_guard lock(mutex_);
-    return fileHandle_ != nullptr;
+void ZBLog::reportProblem(const std::string& reason) const {
+    if (!loggingDisabled_) print("Exception writing to log: %s\n", reason);
 }
 
-// Goes on with the current file where there is one; only startGeneration creates it.
-void ZBLog::reopen() {
-    const auto file = currentFile();
-    if (!file) return;
-    auto opened = current().files.openForAppending(*file);
-    if (!opened) return;
+// The current file, opened where it is there; only startGeneration creates it. Null otherwise. The
+// writer holds it while it writes, whoever closes the log meanwhile.
+std::shared_ptr<platform::FileWriter> ZBLog::openFile() {
+    {
+        const std::lock_guard lock(mutex_);
+        if (fileHandle_) return fileHandle_;
+    }
+    const auto path = currentFile();
+    if (!path) return nullptr;
+    auto opened = current().files.openForAppending(*path);
+    if (!opened) return nullptr;
     const std::lock_guard lock(mutex_);
     fileHandle_ = std::move(*opened);
+    return fileHandle_;
 }
 
-// Throws when the line cannot be written; the write queue reports it.
-void ZBLog::writeLine(const std::string& text) {
-    const std::string line = dateDescription(current().clock.now()) + " - " + text + "\n";
-    const std::lock_guard lock(mutex_);
-    if (const auto error = fileHandle_->write(line)) throw std::runtime_error(error->description);
-    bytesWritten_ += line.size();
+// The date of a line. Many lines are written in a second, and have it alike.
+const std::string& ZBLog::lineStart() {
+    const Date now = current().clock.now();
+    if (lineStart_.empty() || unixSeconds(now) != lineStartSecond_) {
+        lineStartSecond_ = unixSeconds(now);
+        lineStart_ = dateDescription(now) + " - ";
+    }
+    return lineStart_;
 }
 
 void ZBLog::finishWriting() {
-    sharedController().writeQueue_.waitUntilAllOperationsAreFinished();
+    ZBLog& log = sharedController();
+    log.writeQueue_.addOperationAndWait([&log] { log.writePending(); });
 }
 
 std::vector<Path> ZBLog::availableLogs() {
@@ -281,7 +327,8 @@ std::vector<Path> ZBLog::availableLogs() {
 void ZBLog::willTerminate() {
     ZBLog& log = sharedController();
     log.terminationObserver_.reset();
-    if (log.writeQueue_.operationCount() < abandonedWhenQuitting) finishWriting();
+    const size_t pending = log.pending_.with([](const auto& entries) { return entries.size(); });
+    if (pending < abandonedWhenQuitting) finishWriting();
     log.close();
     const std::lock_guard lock(log.mutex_);
     log.appName_.clear();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/Guarded.h"
 #include "foundation/MessageText.h"
 #include "foundation/NotificationCenter.h"
 #include "foundation/OperationQueue.h"
@@ -11,6 +12,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -82,17 +84,25 @@ class ZBLog {
   private:
     ZBLog();
 
-    static void appendTextAndWait(const std::string& text);
-    // Counts the text as queued and gives what writes it; empty for a text of blanks.
-    OperationQueue::Operation takeIn(std::string_view text);
+    struct Entry {
+        std::string text;
+        size_t length;  // characters
+    };
+
+    static void appendTextAndWait(std::string_view text);
+    // Adds an entry to those pending, a text of blanks excepted. True when it is the first of them:
+    // then the caller sees to it that they are written.
+    bool takeIn(std::string_view text);
+    void queueWriting();
     void startGeneration(const std::optional<std::string>& name);
     bool rotateGenerations();
     void openGeneration();
     void queueHeader();
-    void appendLogOnThread(const std::string& text);
-    void writeLine(const std::string& text);
-    bool isOpen() const;
-    void reopen();
+    void writePending();
+    size_t writeSome(std::span<const Entry> entries);
+    const std::string& lineStart();
+    void reportProblem(const std::string& reason) const;
+    std::shared_ptr<platform::FileWriter> openFile();
     void close();
 
     static std::optional<Path> folder();
@@ -102,12 +112,15 @@ class ZBLog {
     // Guards the name and the file, which the starting thread and the writer both use.
     mutable std::mutex mutex_;
     std::string appName_;
-    std::unique_ptr<platform::FileWriter> fileHandle_;
+    std::shared_ptr<platform::FileWriter> fileHandle_;
 
     std::atomic<std::uint64_t> bytesWritten_{0};
     std::atomic<std::uint64_t> bytesInQueue_{0};  // characters, advisory
     std::atomic<bool> loggingDisabled_{false};
     NotificationCenter::Token terminationObserver_;
+    Guarded<std::vector<Entry>> pending_;  // in the order in which they came
+    long long lineStartSecond_ = 0;        // on the write queue alone, as the next
+    std::string lineStart_;
     OperationQueue writeQueue_;  // last: its thread ends before what it uses
 };
 

@@ -52,6 +52,9 @@ struct DiskSpace {
 // copied or sorted, so that a large folder with few wanted entries costs little.
 using EntryFilter = std::function<bool(std::string_view name, EntryKind kind)>;
 
+// Whether a listing is to have its order; without it, it costs less.
+enum class Sorted { no, yes };
+
 // An open folder. Holds one descriptor until destroyed; used by one thread at a time. Names may be
 // relative paths of several components.
 class Folder {
@@ -59,8 +62,9 @@ class Folder {
     virtual ~Folder() = default;
 
     // The wanted entries (all without a filter), in listing order: case-insensitive name, then
-    // bytes. Unreadable folders give none.
-    virtual std::vector<DirectoryEntry> entries(const EntryFilter& filter = {}) = 0;
+    // bytes; not sorted, in any order. Unreadable folders give none.
+    virtual std::vector<DirectoryEntry> entries(const EntryFilter& filter = {},
+                                                Sorted sorted = Sorted::yes) = 0;
 
     // A folder in this one, following a link; null when there is none or it may not be opened.
     virtual std::unique_ptr<Folder> openFolder(const std::string& name) = 0;
@@ -73,6 +77,10 @@ class Folder {
 
     // Content of a file in this folder, as Files::readFile.
     virtual Result<std::string> readFile(const std::string& name, size_t largestSize) = 0;
+
+    // Removes a file or a link, in one call to the system. A folder stays and is an error, as is a
+    // missing entry; for all that may be in the way there is Files::removeItem.
+    virtual std::optional<Error> removeFile(const std::string& name) = 0;
 };
 
 // An open file that is written at its end. Closed when destroyed. One thread at a time.
@@ -130,8 +138,8 @@ class Files {
     virtual Result<std::string> readFile(const Path& path, size_t largestSize) = 0;
 
     // Replaces the file whole or not at all: temporary name beside it, synced, renamed, the folder
-    // synced. A file that is replaced keeps its permissions. Of a link, the file that it leads to
-    // is written; the folder must exist.
+    // synced (nothing is synced for an empty file). A file that is replaced keeps its permissions.
+    // Of a link, the file that it leads to is written; the folder must exist.
     virtual std::optional<Error> writeFileAtomically(const Path& path, std::string_view bytes) = 0;
 
     // Opens an existing regular file for writing at its end.

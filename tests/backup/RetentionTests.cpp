@@ -122,12 +122,81 @@ TEST_F(RetentionTest, WhatCannotBeRemovedStaysAndTheRestGoes) {
     setRules({{"syncService", 1}});
     addFinalCutProject("A");
     const Path stuck = versionsOf("A") / "Cut.00001.fcp";
+    fake.faults.refuseCall(FileOperation::removeFile, 1, EROFS);
     fake.faults.refuseCall(FileOperation::removeItem, 1, EROFS);
     retention.manageBackups();
     EXPECT_TRUE(fake.files.exists(stuck));
     EXPECT_FALSE(fake.files.exists(versionsOf("A") / "Cut.00002.fcp"));
-    EXPECT_THAT(loggedLines(), Contains(HasSubstr("Error removing file: ")));
+    EXPECT_THAT(loggedLines(), Contains(HasSubstr("Error removing file: ")).Times(1));
     EXPECT_THAT(synced, Contains(stuck)) << "it still goes in the cloud";
+}
+
+TEST_F(RetentionTest, AFolderThatBecomesReadOnlyInTheMiddleKeepsWhatIsLeft) {
+    setRules();
+    addFinalCutProject("A");
+    addFinalCutProject("B");
+    fake.faults.beforeCall(FileOperation::removeFile, [&](const Path& path) {
+        if (path == versionsOf("A") / "Cut.00002.fcp") {
+            ASSERT_FALSE(fake.files.setPermissions(versionsOf("A"), 0500));
+        }
+    });
+    retention.manageBackups();
+    EXPECT_THAT(versionNames("A"),
+                ElementsAre("Cut.00002.fcp", "Cut.00002.xml", "Cut.00003.fcp", "Cut.00003.xml"));
+    EXPECT_THAT(pictureNames("A"), ElementsAre("Cut.00003.jpg")) << "that folder may be written";
+    EXPECT_THAT(loggedLines(), Contains(HasSubstr("Error removing file: ")).Times(2));
+    EXPECT_EQ(versionNames("B").size(), 2U) << "the run goes on";
+    fake.faults.beforeCall(FileOperation::removeFile, {});
+    ASSERT_FALSE(fake.files.setPermissions(versionsOf("A"), 0700));
+    retention.manageBackups();
+    EXPECT_EQ(versionNames("A").size(), 2U) << "it is tried again";
+}
+
+TEST_F(RetentionTest, UnlocksWhatIsLocked) {
+    setRules();
+    addFinalCutProject("A");
+    for (const char* name : {"Cut.00001.fcp", "Cut.00002.xml"}) {
+        ASSERT_FALSE(fake.files.setLocked(versionsOf("A") / name, true));
+    }
+    retention.manageBackups();
+    EXPECT_EQ(versionNames("A").size(), 2U);
+    EXPECT_THAT(loggedLines(), Not(Contains(HasSubstr("rror"))));
+}
+
+TEST_F(RetentionTest, WhatVanishedSinceTheListingIsAsGoodAsRemoved) {
+    setRules({{"syncService", 1}});
+    addFinalCutProject("A");
+    fake.faults.beforeCall(FileOperation::removeFile, [&](const Path& path) {
+        if (path == versionsOf("A") / "Cut.00001.fcp") (void)fake.files.removeItem(path);
+    });
+    retention.manageBackups();
+    EXPECT_THAT(versionNames("A"), ElementsAre("Cut.00003.fcp", "Cut.00003.xml"));
+    EXPECT_THAT(loggedLines(), Not(Contains(HasSubstr("rror"))));
+    EXPECT_EQ(synced.size(), 2U);
+}
+
+TEST_F(RetentionTest, RemovesVersionsThatAreFolders) {
+    setRules();
+    addProject("A", "Cut.fcpproject");
+    writeFile(versionsOf("A") / "Cut.00001.fcpproject/CurrentVersion.fcpproject", "x",
+              ago(9 * day));
+    ASSERT_FALSE(
+        fake.files.setModificationDate(versionsOf("A") / "Cut.00001.fcpproject", ago(9 * day)));
+    addVersion("A", "Cut.00002.fcpproject", 0h);
+    retention.manageBackups();
+    EXPECT_THAT(versionNames("A"), ElementsAre("Cut.00002.fcpproject"));
+}
+
+TEST_F(RetentionTest, GoesOncePerRunThroughAFolder) {
+    setRules();
+    addFinalCutProject("A");
+    const int listed = fake.faults.callCount(FileOperation::folderEntries);
+    const int removedByPath = fake.faults.callCount(FileOperation::removeItem);
+    retention.manageBackups();
+    EXPECT_EQ(fake.faults.callCount(FileOperation::folderEntries) - listed, 3)
+        << "the store, the versions, the pictures";
+    EXPECT_EQ(fake.faults.callCount(FileOperation::removeItem), removedByPath)
+        << "plain files go by their open folder";
 }
 
 TEST_F(RetentionTest, LeavesOddEntriesInPeace) {

@@ -171,6 +171,30 @@ TEST(OperationQueue, DestructionDropsWhatWaitsAndFinishesWhatRuns) {
     EXPECT_EQ(finished, 1);
 }
 
+TEST(OperationQueue, ADelayHoldsUpNobodyWhoWaits) {
+    constexpr auto delay = std::chrono::hours(1);
+    std::atomic<int> finished{0};
+    {
+        OperationQueue queue(1, {}, delay);
+        queue.addOperation([&] { ++finished; });
+        queue.waitUntilAllOperationsAreFinished();
+        EXPECT_EQ(finished, 1);
+        queue.addOperationAndWait([&] { ++finished; });
+        EXPECT_EQ(finished, 2);
+        queue.addOperation([&] { ++finished; });
+    }
+    EXPECT_EQ(finished, 2) << "nor the end of the queue";
+}
+
+TEST(OperationQueue, ADelayedOperationRunsByItself) {
+    OperationQueue queue(1, {}, 1ms);
+    for (int i = 0; i < 3; ++i) {
+        Gate next;
+        queue.addOperation([&] { next.open(); });
+        EXPECT_TRUE(next.wait());
+    }
+}
+
 TEST(OperationQueue, ManyThreadsMayAddAndWait) {
     OperationQueue serial(1);
     OperationQueue wide(4);

@@ -5,6 +5,7 @@
 #include "kit/ZBLog.h"
 #include "support/FakePlatformTest.h"
 
+#include <cerrno>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -108,6 +109,42 @@ TEST_F(ZBLogTest, RotatesWhenTheLimitIsReached) {
     EXPECT_THAT(contentOf(generation(2)), HasSubstr(big));
     EXPECT_THAT(loggedLines(), ElementsAre("Log truncated at 500KB", "after"));
     EXPECT_LT(ZBLog::sharedController().bytesWritten(), 1000U);
+}
+
+TEST_F(ZBLogTest, RotatesAmongEntriesThatWaitTogether) {
+    ZBLog::createNewLog();
+    constexpr int count = 2000;
+    const std::string filling(300, 'x');
+    for (int i = 0; i < count; ++i) ZBLog::fastAppendLog("%i %@", i, filling);
+    ZBLog::finishWriting();
+    EXPECT_EQ(ZBLog::sharedController().bytesInQueue(), 0U);
+    constexpr size_t limit = 500'000;
+    const std::string full = contentOf(generation(2));
+    const auto lines = split(full, '\n');
+    EXPECT_GE(full.size(), limit);
+    EXPECT_LT(full.size() - lines[lines.size() - 2].size() - 1, limit) << "by the last line";
+    const auto later = split(contentOf(generation(1)), '\n');
+    EXPECT_THAT(later[0], HasSubstr("Log started: "));
+    EXPECT_THAT(later[5], HasSubstr("Log truncated at 500KB")) << "before what waited";
+    int next = 0;
+    for (const auto* file : {&lines, &later}) {
+        for (const std::string& line : *file) {
+            if (!line.ends_with(filling)) continue;
+            EXPECT_THAT(line, HasSubstr(" - " + std::to_string(next++) + " x"));
+        }
+    }
+    EXPECT_EQ(next, count) << "none is lost, in their order";
+}
+
+TEST_F(ZBLogTest, PrintsWhyForEveryEntryThatCannotBeWritten) {
+    ZBLog::createNewLog();
+    ZBLog::finishWriting();
+    fake.faults.refuseCall(platform::FileOperation::append, 1, ENOSPC);
+    std::thread([&] { ZBLog::appendLog("lost"); }).join();
+    EXPECT_THAT(fake.console.printed(), ElementsAre(StartsWith("Exception writing to log: ")));
+    EXPECT_EQ(ZBLog::sharedController().bytesInQueue(), 4U) << "it stays counted";
+    ZBLog::appendLog("written");
+    EXPECT_THAT(loggedLines(), ElementsAre("written"));
 }
 
 TEST_F(ZBLogTest, CanBeDisabled) {

@@ -209,6 +209,24 @@ TEST_P(FilesContract, RemovesFilesLinksAndTrees) {
     EXPECT_THAT(names(at("kept")), ElementsAre("file"));
 }
 
+TEST_P(FilesContract, AnOpenFolderRemovesItsFilesAndLinks) {
+    makeFolder(at("in/kept"));
+    write(at("in/file"), "");
+    makeLink(at("in/link"), "kept");
+    const auto folder = files().openFolder(at("in"));
+    ASSERT_TRUE(folder);
+    EXPECT_NE(codeOf(folder->removeFile("kept")), 0);
+    for (const char* name : {"file", "link"}) {
+        EXPECT_EQ(codeOf(folder->removeFile(name)), 0) << name;
+        EXPECT_EQ(codeOf(folder->removeFile(name)), ENOENT) << name;
+    }
+    EXPECT_EQ(codeOf(folder->removeFile(std::string("kept\0", 5))), ENOENT);
+    EXPECT_THAT(names(at("in")), ElementsAre("kept"));
+    EXPECT_FALSE(files().moveItem(at("in"), at("elsewhere")));
+    write(at("elsewhere/late"), "");
+    EXPECT_EQ(codeOf(folder->removeFile("late")), 0) << "it is the folder, whatever its path";
+}
+
 TEST_P(FilesContract, ClearsAbandonedTemporaryItemsOnly) {
     for (const auto prefix : {platform::temporaryCopyPrefix, platform::temporaryWritePrefix,
                               platform::temporaryRemovalPrefix}) {
@@ -235,6 +253,7 @@ TEST_P(FilesContract, LockedItemsStay) {
     }
     EXPECT_TRUE(files().isLocked(at("file")));
     EXPECT_EQ(codeOf(files().removeItem(at("file"))), EPERM);
+    EXPECT_EQ(codeOf(files().openFolder(at(""))->removeFile("file")), EPERM);
     EXPECT_EQ(codeOf(files().moveItem(at("file"), at("other"))), EPERM);
     EXPECT_FALSE(files().setLocked(at("file"), false));
     EXPECT_FALSE(files().removeItem(at("file")));

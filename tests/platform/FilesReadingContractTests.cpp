@@ -31,6 +31,8 @@ TEST_P(FilesContract, ListsInListingOrderWithKinds) {
     for (int i = 0; i < 2; ++i) EXPECT_THAT(folder->entries(), expected) << "time " << i;
     EXPECT_THAT(folder->entries([](auto, EntryKind kind) { return kind == EntryKind::folder; }),
                 ElementsAre(DirectoryEntry{"b", EntryKind::folder}));
+    EXPECT_THAT(folder->entries({}, platform::Sorted::no),
+                ::testing::UnorderedElementsAreArray(folder->entries()));
     EXPECT_EQ(codeOf(files().contentsOfFolder(at("missing"))), ENOENT);
     EXPECT_EQ(codeOf(files().contentsOfFolder(at("C"))), ENOTDIR);
 }

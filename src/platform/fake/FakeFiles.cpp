@@ -41,8 +41,10 @@ class FakeFiles::OpenFolder final : public Folder {
   public:
     OpenFolder(FakeFiles& files, FakeNodePointer node) : files_(files), node_(std::move(node)) {}
 
-    std::vector<DirectoryEntry> entries(const EntryFilter& filter) override {
+    std::vector<DirectoryEntry> entries(const EntryFilter& filter, Sorted sorted) override {
         auto found = files_.state_.with([&](State&) { return FakeFileTree::list(*node_); });
+        // Nobody is to rely on an order that was not asked for.
+        if (sorted == Sorted::no) std::ranges::reverse(found);
         // Outside the lock: the filter may look at files.
         if (filter) std::erase_if(found, [&](const auto& e) { return !filter(e.name, e.kind); });
         return found;
@@ -66,6 +68,13 @@ class FakeFiles::OpenFolder final : public Folder {
         return files_.state_.with([&](State& state) {
             return contentOf(state.tree.find(node_, name, LastLink::follow), largestSize,
                              "reading " + name);
+        });
+    }
+    std::optional<Error> removeFile(const std::string& name) override {
+        return files_.change("removing " + name, [&](State& state) {
+            const auto found = state.tree.find(node_, name, LastLink::keep);
+            if (found.failed == 0 && found.node->kind == EntryKind::folder) return EISDIR;
+            return files_.takeAway(found);
         });
     }
 
@@ -260,15 +269,17 @@ int FakeFiles::moveNode(State& state, const Path& source, const Path& target) {
 }
 
 std::optional<Error> FakeFiles::removeItem(const Path& path) {
-    return change("removing " + path.str(), [&](State& state) {
-        const auto found = state.tree.find(path, LastLink::keep);
-        if (found.failed != 0) return found.failed;
-        if (!found.folder) return EINVAL;
-        if (found.node->locked) return EPERM;
-        if (const int problem = writeProblem(*found.folder)) return problem;
-        FakeFileTree::take(*found.folder, found.name, clock_.now());
-        return 0;
-    });
+    return change("removing " + path.str(),
+                  [&](State& state) { return takeAway(state.tree.find(path, LastLink::keep)); });
+}
+
+int FakeFiles::takeAway(const FakeFileTree::Found& found) {
+    if (found.failed != 0) return found.failed;
+    if (!found.folder) return EINVAL;
+    if (found.node->locked) return EPERM;
+    if (const int problem = writeProblem(*found.folder)) return problem;
+    FakeFileTree::take(*found.folder, found.name, clock_.now());
+    return 0;
 }
 
 std::optional<Error> FakeFiles::setPermissions(const Path& path, unsigned permissions) {

@@ -80,6 +80,8 @@ class FakeFiles final : public Files {
     int createOneFolder(State& state, const Path& path);
     int copyNode(State& state, const Path& source, const Path& target);
     int moveNode(State& state, const Path& source, const Path& target);
+    // Takes an entry out of its folder.
+    int takeAway(const FakeFileTree::Found& found);
 
     const Clock& clock_;
     Guarded<State> state_;

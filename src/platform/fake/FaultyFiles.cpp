@@ -7,9 +7,9 @@ class FaultyFiles::FaultyFolder final : public Folder {
     FaultyFolder(FaultyFiles& files, std::unique_ptr<Folder> folder, Path path)
         : files_(files), folder_(std::move(folder)), path_(std::move(path)) {}
 
-    std::vector<DirectoryEntry> entries(const EntryFilter& filter) override {
+    std::vector<DirectoryEntry> entries(const EntryFilter& filter, Sorted sorted) override {
         if (files_.refusal(FileOperation::folderEntries, path_) != 0) return {};
-        return folder_->entries(filter);
+        return folder_->entries(filter, sorted);
     }
     std::unique_ptr<Folder> openFolder(const std::string& name) override {
         if (files_.refusal(FileOperation::openFolder, path_ / name) != 0) return nullptr;
@@ -28,6 +28,10 @@ class FaultyFiles::FaultyFolder final : public Folder {
     Result<std::string> readFile(const std::string& name, size_t largestSize) override {
         if (auto error = files_.refused(FileOperation::readFile, path_ / name)) return *error;
         return folder_->readFile(name, largestSize);
+    }
+    std::optional<Error> removeFile(const std::string& name) override {
+        if (auto error = files_.refused(FileOperation::removeFile, path_ / name)) return error;
+        return folder_->removeFile(name);
     }
 
   private:

@@ -22,6 +22,7 @@ enum class FileOperation {
     removeAbandonedCopies,
     moveItem,
     removeItem,
+    removeFile,  // Folder::removeFile
     setPermissions,
     setModificationDate,
     setLocked,

@@ -16,13 +16,13 @@ void sortListing(std::vector<DirectoryEntry>& entries) {
               [](const auto& a, const auto& b) { return listingOrder(a.name, b.name); });
 }
 
-std::vector<DirectoryEntry> PosixFolder::entries(const EntryFilter& filter) {
+std::vector<DirectoryEntry> PosixFolder::entries(const EntryFilter& filter, Sorted sorted) {
     if (listed_) (void)::lseek(descriptor_.get(), 0, SEEK_SET);
     listed_ = true;
     std::vector<DirectoryEntry> found;
     // Half a listing could pass for the whole.
     if (calls_.listFolder(descriptor_.get(), filter, found) != 0) return {};
-    sortListing(found);
+    if (sorted == Sorted::yes) sortListing(found);
     return found;
 }
 
@@ -46,6 +46,11 @@ std::optional<FileInfo> PosixFolder::info() {
 
 Result<std::string> PosixFolder::readFile(const std::string& name, size_t largestSize) {
     return readFileAt(descriptor_.get(), systemName(name), largestSize, "reading " + name);
+}
+
+std::optional<Error> PosixFolder::removeFile(const std::string& name) {
+    if (::unlinkat(descriptor_.get(), systemName(name), 0) == 0) return {};
+    return posixError(errno, "removing " + name);
 }
 
 }  // namespace larkspan::platform

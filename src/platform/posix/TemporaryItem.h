@@ -34,6 +34,8 @@ class TemporaryItem {
     // is there that may not be replaced.
     int publish(const std::string& name);
     int publishReplacing(const std::string& name);
+    // Gives it its name, which the system brings to disk when it likes.
+    int publishReplacingUnsynced(const std::string& name);
 
   private:
     TemporaryItem(const FileCalls& calls, int folder, std::string name, FileDescriptor descriptor)
@@ -41,7 +43,7 @@ class TemporaryItem {
           folder_(folder),
           name_(std::move(name)),
           descriptor_(std::move(descriptor)) {}
-    int published();
+    int syncFolder() const;
 
     const FileCalls* calls_;
     int folder_;
