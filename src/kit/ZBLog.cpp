@@ -202,28 +202,20 @@ bool ZBLog::takeIn(std::string_view text) {
 }
 
 void ZBLog::queueWriting() {
-    writeQueue_.addOperation([this] { writePending(); });
+    writeQueue_.addOperation([this] { appendLogOnThread(); });
 }
 
-// What the writer itself has to say, it writes at once: the header of a generation stands before
-// the entries that wait.
 void ZBLog::appendTextToLog(std::string_view text) {
-    if (writeQueue_.isCurrent()) {
-        const Entry entry{std::string(trimmed(text)), 0};
-        if (!entry.text.empty() && !loggingDisabled_) (void)writeSome({&entry, 1});
-    } else if (takeIn(text)) {
-        queueWriting();
-    }
+    if (takeIn(text)) queueWriting();
 }
 
 void ZBLog::appendTextAndWait(std::string_view text) {
     ZBLog& log = sharedController();
-    if (log.writeQueue_.isCurrent()) return log.appendTextToLog(text);
     const bool isFirst = log.takeIn(text);
     const bool isLittle = log.bytesInQueue_ < shortEntry;
     const size_t length = isLittle ? characterCount(text) : 0;
     const bool isShort = length >= 1 && length < shortEntry;
-    if (isShort && !current().mainThread.isCurrent()) {
+    if (isShort && !current().mainThread.isCurrent() && !log.writeQueue_.isCurrent()) {
         finishWriting();
     } else if (isFirst) {
         log.queueWriting();
@@ -239,7 +231,7 @@ void ZBLog::appendAndPrintText(std::string_view text) {
     current().console.print(printed);
 }
 
-void ZBLog::writePending() {
+void ZBLog::appendLogOnThread() {
     const auto entries = pending_.with(
         [](std::vector<Entry>& pending) { return std::exchange(pending, std::vector<Entry>()); });
     size_t done = 0;
@@ -310,7 +302,8 @@ const std::string& ZBLog::lineStart() {
 
 void ZBLog::finishWriting() {
     ZBLog& log = sharedController();
-    log.writeQueue_.addOperationAndWait([&log] { log.writePending(); });
+    // By an operation of our own: who took in the first entry may not have queued one yet.
+    log.writeQueue_.addOperationAndWait([&log] { log.appendLogOnThread(); });
 }
 
 std::vector<Path> ZBLog::availableLogs() {

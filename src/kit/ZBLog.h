@@ -98,7 +98,7 @@ class ZBLog {
     bool rotateGenerations();
     void openGeneration();
     void queueHeader();
-    void writePending();
+    void appendLogOnThread();
     size_t writeSome(std::span<const Entry> entries);
     const std::string& lineStart();
     void reportProblem(const std::string& reason) const;

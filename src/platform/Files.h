@@ -138,8 +138,8 @@ class Files {
     virtual Result<std::string> readFile(const Path& path, size_t largestSize) = 0;
 
     // Replaces the file whole or not at all: temporary name beside it, synced, renamed, the folder
-    // synced (nothing is synced for an empty file). A file that is replaced keeps its permissions.
-    // Of a link, the file that it leads to is written; the folder must exist.
+    // synced. A file that is replaced keeps its permissions. Of a link, the file that it leads to
+    // is written; the folder must exist.
     virtual std::optional<Error> writeFileAtomically(const Path& path, std::string_view bytes) = 0;
 
     // Opens an existing regular file for writing at its end.

@@ -135,13 +135,8 @@ std::optional<Error> replaceFile(const FileCalls& calls, const Path& path, std::
     if (!item) return item.error();
     int failed = before ? takeAccess(item->descriptor(), *before) : 0;
     if (failed == 0) failed = writeAll(item->descriptor(), bytes);
-    // With an empty file nothing can be lost; a sync would write out all that others changed.
-    if (failed == 0 && bytes.empty()) {
-        failed = item->publishReplacingUnsynced(place.name);
-    } else {
-        if (failed == 0) failed = calls.sync(item->descriptor());
-        if (failed == 0) failed = item->publishReplacing(place.name);
-    }
+    if (failed == 0) failed = calls.sync(item->descriptor());
+    if (failed == 0) failed = item->publishReplacing(place.name);
     if (failed != 0) return posixError(failed, doing);
     return {};
 }

@@ -89,23 +89,16 @@ TemporaryItem::~TemporaryItem() {
 
 int TemporaryItem::publish(const std::string& name) {
     const int failed = moveWithoutReplacing(*calls_, folder_, name_.c_str(), folder_, name.c_str());
-    if (failed != 0) return failed;
-    descriptor_.reset();
-    return syncFolder();
+    return failed != 0 ? failed : published();
 }
 
 int TemporaryItem::publishReplacing(const std::string& name) {
-    const int failed = publishReplacingUnsynced(name);
-    return failed == 0 ? syncFolder() : failed;
-}
-
-int TemporaryItem::publishReplacingUnsynced(const std::string& name) {
     if (::renameat(folder_, name_.c_str(), folder_, name.c_str()) != 0) return errno;
-    descriptor_.reset();
-    return 0;
+    return published();
 }
 
-int TemporaryItem::syncFolder() const {
+int TemporaryItem::published() {
+    descriptor_.reset();
     const int failed = calls_->sync(folder_);
     // Some network file systems keep folders safe by themselves and refuse to be asked.
     return failed == EINVAL || failed == EBADF || failed == EOPNOTSUPP ? 0 : failed;

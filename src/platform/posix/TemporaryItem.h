@@ -34,8 +34,6 @@ class TemporaryItem {
     // is there that may not be replaced.
     int publish(const std::string& name);
     int publishReplacing(const std::string& name);
-    // Gives it its name, which the system brings to disk when it likes.
-    int publishReplacingUnsynced(const std::string& name);
 
   private:
     TemporaryItem(const FileCalls& calls, int folder, std::string name, FileDescriptor descriptor)
@@ -43,7 +41,7 @@ class TemporaryItem {
           folder_(folder),
           name_(std::move(name)),
           descriptor_(std::move(descriptor)) {}
-    int syncFolder() const;
+    int published();
 
     const FileCalls* calls_;
     int folder_;
