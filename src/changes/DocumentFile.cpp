@@ -9,16 +9,13 @@
 namespace larkspan {
 namespace {
 
-// Several times what is compared at all, so that renditions of small projects never fail by it.
-constexpr size_t largestFile = size_t{512} * 1024 * 1024;
-
 Result<std::string> bytesOf(const Path& file) {
-    return platform::Platform::current().files.readFile(file, largestFile);
+    return platform::Platform::current().files.readFile(file, XMLDocument::largestSize);
 }
 
 LoadedDocument loadProjectDocument(const Path& file) {
     Result<std::string> bytes = bytesOf(file);
-    if (bytes && isGzip(*bytes)) bytes = gunzipped(*bytes, largestFile);
+    if (bytes && isGzip(*bytes)) bytes = gunzipped(*bytes, XMLDocument::largestSize);
     if (!bytes) return bytes.error();
     return XMLDocument::read(std::move(*bytes));
 }

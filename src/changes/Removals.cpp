@@ -14,7 +14,7 @@
 namespace larkspan {
 namespace {
 
-using Index = std::unordered_map<std::string_view, pugi::xml_node>;
+using Index = std::unordered_map<std::string_view, TreeNode>;
 
 std::vector<const std::string*> missing(std::span<const std::string> oldList,
                                         std::span<const std::string> newList) {
@@ -29,10 +29,10 @@ std::vector<const std::string*> missing(std::span<const std::string> oldList,
 // The first element for each text that stands in a `uuid`, and for each `id`.
 Index uuidIndex(const XMLDocument& document) {
     Index index;
-    for (const pugi::xml_node element : document.uuidElements()) {
+    for (const TreeNode element : document.uuidElements()) {
         if (*element.value() != '\0') index.try_emplace(element.value(), element);
-        for (const pugi::xml_node text : element.children()) {
-            if (xmltree::isText(text)) index.try_emplace(text.value(), element);
+        for (const TreeNode text : element.children()) {
+            if (text.isText()) index.try_emplace(text.value(), element);
         }
     }
     return index;
@@ -72,7 +72,7 @@ class RemovalPass {
     }
 
   private:
-    void addSentence(pugi::xml_node element) {
+    void addSentence(TreeNode element) {
         if (!element) return;
         sentences_.add(sentence("%@ %@ removed", typeOfNode(element), facts_.name(element)));
     }
@@ -81,9 +81,9 @@ class RemovalPass {
     SentenceList& sentences_;
 };
 
-pugi::xml_node identifiedElement(pugi::xml_node uuid) {
+TreeNode identifiedElement(TreeNode uuid) {
     const auto element = uuid.parent();
-    return xmltree::name(element) == "itemhistory" ? pugi::xml_node() : element;
+    return xmltree::name(element) == "itemhistory" ? TreeNode() : element;
 }
 
 }  // namespace
@@ -100,7 +100,7 @@ void addRemovals(const XMLDocument& baseDoc, const ComparedLists& lists, NodeFac
         pass.add(
             removed, idIndex(baseDoc),
             [](const std::string& why) { reportToConsole("err2: %@", why); },
-            [](pugi::xml_node owner) { return owner; });
+            [](TreeNode owner) { return owner; });
     }
 }
 

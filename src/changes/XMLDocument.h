@@ -1,5 +1,7 @@
 #pragma once
 
+#include "changes/LibraryReader.h"
+#include "changes/NodeTable.h"
 #include "changes/XMLTree.h"
 #include "foundation/Result.h"
 
@@ -16,9 +18,6 @@ struct IdentifierLists {
     std::vector<std::string> ids;
 };
 
-// Of errors that say why bytes are no document.
-inline constexpr const char* xmlDocumentErrorDomain = "XMLDocumentErrorDomain";
-
 // A parsed XML document, which never changes. White-space-only text is not part of it. Owned by who
 // holds the pointer; nodes live as long. Read by any number of threads.
 class XMLDocument {
@@ -34,36 +33,36 @@ class XMLDocument {
     // Real documents nest to 26 levels. A bound keeps every look at what stands above an element
     // cheap.
     static constexpr size_t deepestLevel = 1000;
+    // Several times what is compared at all, and within what the numbers of a node can count.
+    static constexpr size_t largestSize = size_t{512} * 1024 * 1024;
 
     XMLDocument(const XMLDocument&) = delete;
     XMLDocument& operator=(const XMLDocument&) = delete;
     ~XMLDocument() = default;
 
     // The document itself, above the root, and its root element.
-    pugi::xml_node top() const { return tree_; }
-    pugi::xml_node root() const { return tree_.document_element(); }
+    TreeNode top() const { return {nodes_, nodes_.record(0)}; }
+    TreeNode root() const { return xmltree::firstElement(top()); }
 
     const IdentifierLists& identifiers() const { return identifiers_; }
     // The elements that the entries of those lists belong to.
-    const std::vector<pugi::xml_node>& uuidElements() const { return uuidElements_; }
-    const std::vector<pugi::xml_node>& idOwners() const { return idOwners_; }
+    const std::vector<TreeNode>& uuidElements() const { return uuidElements_; }
+    const std::vector<TreeNode>& idOwners() const { return idOwners_; }
     // The `marker` elements in document order.
-    const std::vector<pugi::xml_node>& markers() const { return markers_; }
+    const std::vector<TreeNode>& markers() const { return markers_; }
 
   private:
-    explicit XMLDocument(std::string bytes) : bytes_(std::move(bytes)) {}
+    XMLDocument() = default;
 
-    std::optional<Error> parse();
-    std::optional<Error> checkTop() const;
-    std::optional<Error> lookThrough();
-    void take(pugi::xml_node element);
+    std::optional<Error> parse(std::string bytes);
+    void gatherIdentifiers();
+    void take(TreeNode element);
 
-    std::string bytes_;  // the tree points into them
-    pugi::xml_document tree_;
+    NodeTable nodes_;
     IdentifierLists identifiers_;
-    std::vector<pugi::xml_node> uuidElements_;
-    std::vector<pugi::xml_node> idOwners_;
-    std::vector<pugi::xml_node> markers_;
+    std::vector<TreeNode> uuidElements_;
+    std::vector<TreeNode> idOwners_;
+    std::vector<TreeNode> markers_;
 };
 
 }  // namespace larkspan

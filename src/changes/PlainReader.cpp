@@ -1,0 +1,246 @@
+#include "changes/PlainReader.h"
+
+#include "changes/CharacterReference.h"
+#include "changes/NodeTableBuilder.h"
+#include "foundation/Text.h"
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+namespace larkspan {
+namespace {
+
+constexpr size_t none = std::string_view::npos;
+
+// What a byte may be, as bits.
+enum Class : std::uint8_t {
+    space = 1,
+    nameStart = 2,
+    namePart = 4,
+    endsText = 8,       // what a text cannot simply be copied beyond
+    endsAttribute = 16  // the same for an attribute's value
+};
+
+constexpr std::array<std::uint8_t, 256> classes = [] {
+    std::array<std::uint8_t, 256> table = {};
+    const auto add = [&](std::string_view bytes, unsigned what) {
+        for (const char c : bytes) {
+            std::uint8_t& entry = table[static_cast<unsigned char>(c)];
+            entry = static_cast<std::uint8_t>(entry | what);
+        }
+    };
+    add(" \t\r\n", space);
+    add("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_:", nameStart | namePart);
+    add("0123456789-.", namePart);
+    for (size_t c = 0x80; c < table.size(); ++c) table[c] = nameStart | namePart;
+    add(std::string_view("\0<&\r", 4), endsText);
+    add(std::string_view("\0<&\r\n\t\"'", 8), endsAttribute);
+    return table;
+}();
+
+bool is(char c, Class what) {
+    return (classes[static_cast<unsigned char>(c)] & what) != 0;
+}
+
+class PlainReader {
+  public:
+    PlainReader(const std::string& text, size_t deepestLevel, NodeTable& table)
+        : builder_(table),
+          deepestLevel_(deepestLevel),
+          at_(text.c_str()),
+          end_(at_ + text.size()) {}
+
+    bool read() {
+        passProlog();
+        while (true) {
+            const char* before = at_;
+            passSpace();
+            if (*at_ != '<') {
+                if (builder_.level() == 0) break;
+                at_ = before;
+                if (!readText()) return false;
+            }
+            ++at_;
+            if (!readMarkup()) return false;
+        }
+        builder_.finish();
+        return at_ == end_ && hasRoot_;
+    }
+
+  private:
+    std::string_view rest() const { return {at_, static_cast<size_t>(end_ - at_)}; }
+    void passSpace() {
+        while (is(*at_, space)) ++at_;
+    }
+    bool pass(char expected) {
+        if (*at_ != expected) return false;
+        ++at_;
+        return true;
+    }
+
+    // The byte-order mark and a declaration that names no other encoding; what is not passed is
+    // refused later.
+    void passProlog() {
+        constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+        constexpr std::string_view start = "<?xml";
+        if (rest().starts_with(byteOrderMark)) at_ += byteOrderMark.size();
+        if (!rest().starts_with(start) || !is(at_[start.size()], space)) return;
+        const size_t size = rest().find("?>");
+        if (size == none) return;
+        const std::string_view declaration = rest().substr(0, size);
+        if (!namesUtf8(declaration)) return;
+        at_ += size + 2;
+    }
+
+    // Also when it names no encoding.
+    static bool namesUtf8(std::string_view declaration) {
+        const size_t at = declaration.find("en");
+        if (at == none) return true;
+        const std::string encoding = lowercased(declaration.substr(at));
+        return encoding.starts_with("encoding=\"utf-8\"") ||
+               encoding.starts_with("encoding='utf-8'");
+    }
+
+    // Behind a "<".
+    bool readMarkup() {
+        if (is(*at_, nameStart)) return readStartTag();
+        if (pass('/')) return readEndTag();
+        if (rest().starts_with("!--")) return readComment();
+        return readDocumentType();
+    }
+
+    std::string_view readName() {
+        const char* start = at_;
+        while (is(*at_, namePart)) ++at_;
+        return {start, static_cast<size_t>(at_ - start)};
+    }
+
+    bool readStartTag() {
+        if (builder_.level() == 0) {
+            if (hasRoot_) return false;
+            hasRoot_ = true;
+        }
+        builder_.openElement(readName());
+        if (builder_.level() > deepestLevel_) return false;
+        while (is(*at_, space)) {
+            passSpace();
+            if (is(*at_, nameStart) && !readAttribute()) return false;
+        }
+        if (pass('/')) builder_.closeElement();
+        return pass('>');
+    }
+
+    bool readEndTag() {
+        if (builder_.level() == 0) return false;
+        const char* name = builder_.openName();
+        while (*name != '\0' && *name == *at_) ++name, ++at_;
+        if (*name != '\0') return false;
+        passSpace();
+        builder_.closeElement();
+        return pass('>');
+    }
+
+    bool readAttribute() {
+        const std::string_view name = readName();
+        passSpace();
+        if (!pass('=')) return false;
+        passSpace();
+        const char quote = *at_;
+        if (quote != '"' && quote != '\'') return false;
+        ++at_;
+        const char* start = at_;
+        while (!is(*at_, endsAttribute)) ++at_;
+        if (*at_ == quote) {
+            builder_.addAttribute(name, {start, static_cast<size_t>(at_ - start)});
+        } else {
+            scratch_.assign(start, at_);
+            if (!readRest(endsAttribute, quote)) return false;
+            builder_.addAttribute(name, scratch_);
+        }
+        ++at_;
+        return true;
+    }
+
+    bool readText() {
+        const char* start = at_;
+        while (!is(*at_, endsText)) ++at_;
+        if (*at_ == '<') {
+            builder_.addText({start, static_cast<size_t>(at_ - start)});
+            return true;
+        }
+        scratch_.assign(start, at_);
+        if (!readRest(endsText, '<')) return false;
+        builder_.addText(scratch_);
+        return true;
+    }
+
+    // Appends to the scratch text what there is up to `end`, as a text or an attribute says it.
+    bool readRest(Class ends, char end) {
+        while (*at_ != end) {
+            const char c = *at_;
+            if (c == '\0' || c == '<') return false;
+            if (c == '&') {
+                if (!readReference()) return false;
+                continue;
+            }
+            if (is(c, space)) {
+                if (c == '\r' && at_[1] == '\n') ++at_;
+                scratch_ += ends == endsAttribute ? ' ' : c == '\r' ? '\n' : c;
+            } else {
+                scratch_ += c;
+            }
+            ++at_;
+            const char* start = at_;
+            while (!is(*at_, ends)) ++at_;
+            scratch_.append(start, at_);
+        }
+        return true;
+    }
+
+    bool readReference() {
+        const auto reference = larkspan::readReference(rest());
+        if (!reference) return false;
+        appendUtf8(scratch_, reference->character);
+        at_ += reference->length;
+        return true;
+    }
+
+    bool readComment() {
+        at_ += 3;
+        const size_t size = rest().find("-->");
+        if (size == none) return false;
+        const std::string_view comment = rest().substr(0, size);
+        if (comment.find('\r') != none) return false;
+        builder_.addLeaf(NodeKind::comment, {}, comment);
+        at_ += size + 3;
+        return true;
+    }
+
+    // One that says a name and nothing else.
+    bool readDocumentType() {
+        constexpr std::string_view start = "!DOCTYPE";
+        if (hasRoot_ || !rest().starts_with(start)) return false;
+        at_ += start.size();
+        if (!is(*at_, space)) return false;
+        passSpace();
+        (void)readName();
+        passSpace();
+        return pass('>');
+    }
+
+    NodeTableBuilder builder_;
+    size_t deepestLevel_;
+    const char* at_;
+    const char* end_;
+    bool hasRoot_ = false;
+    std::string scratch_;
+};
+
+}  // namespace
+
+bool readPlain(const std::string& text, size_t deepestLevel, NodeTable& table) {
+    return PlainReader(text, deepestLevel, table).read();
+}
+
+}  // namespace larkspan
