@@ -1,6 +1,5 @@
 #include "changes/NodeTableBuilder.h"
 
-#include <cstring>
 #include <functional>
 
 namespace larkspan {
@@ -73,7 +72,7 @@ void NodeTableBuilder::addText(std::string_view text) {
 }
 
 void NodeTableBuilder::addLeaf(NodeKind kind, std::string_view name, std::string_view value) {
-    (void)addRecord(kind, name.empty() ? 0 : storedName(name), storedValue(value));
+    (void)addRecord(kind, storedName(name), storedValue(value));
 }
 
 void NodeTableBuilder::finish() {
@@ -99,14 +98,29 @@ std::uint32_t NodeTableBuilder::storedValue(std::string_view value) {
     return stored;
 }
 
+bool NodeTableBuilder::isStoredAt(std::uint32_t stored, std::string_view name) const {
+    const char* known = table_.name(stored);
+    for (const char c : name) {
+        if (*known != c) return false;
+        ++known;
+    }
+    return *known == '\0';
+}
+
 std::uint32_t NodeTableBuilder::storedName(std::string_view name) {
+    if (name.empty()) return 0;
+    const auto byte = [](char c) { return static_cast<unsigned char>(c); };
+    const size_t likely = byte(name.front()) * 31U + byte(name.back()) * 7U + name.size();
+    std::uint32_t& recent = recent_[likely % recent_.size()];
+    if (!isStoredAt(recent, name)) recent = soughtName(name);
+    return recent;
+}
+
+std::uint32_t NodeTableBuilder::soughtName(std::string_view name) {
     const size_t mask = slots_.size() - 1;
     size_t slot = hashed(name) & mask;
     for (; slots_[slot] != freeSlot; slot = (slot + 1) & mask) {
-        const char* known = table_.name(slots_[slot]);
-        if (std::strncmp(known, name.data(), name.size()) == 0 && known[name.size()] == '\0') {
-            return slots_[slot];
-        }
+        if (isStoredAt(slots_[slot], name)) return slots_[slot];
     }
     const auto stored = static_cast<std::uint32_t>(table_.names_.size());
     table_.names_.append(name.data(), name.size());

@@ -2,6 +2,7 @@
 
 #include "changes/NodeTable.h"
 
+#include <array>
 #include <string_view>
 #include <vector>
 
@@ -37,6 +38,8 @@ class NodeTableBuilder {
 
     std::uint32_t addRecord(NodeKind kind, std::uint32_t name, std::uint32_t value);
     std::uint32_t storedName(std::string_view name);
+    std::uint32_t soughtName(std::string_view name);
+    bool isStoredAt(std::uint32_t stored, std::string_view name) const;
     std::uint32_t storedValue(std::string_view value);
     void growSlots();
 
@@ -45,6 +48,8 @@ class NodeTableBuilder {
     // Where the names begin, each in a slot that its hash gives, or the next one that is free.
     std::vector<std::uint32_t> slots_;
     size_t nameCount_ = 0;
+    // Names that were met last, by what is told of them fastest.
+    std::array<std::uint32_t, 1024> recent_ = {};
 };
 
 }  // namespace larkspan

@@ -12,6 +12,9 @@ namespace larkspan {
 namespace {
 
 constexpr size_t none = std::string_view::npos;
+// Of a window that is not at the end of its text; the library takes longer ones.
+constexpr size_t longestTag = size_t{64} * 1024;
+constexpr size_t longestReference = 64;
 
 // What a byte may be, as bits.
 enum Class : std::uint8_t {
@@ -45,31 +48,51 @@ bool is(char c, Class what) {
 
 class PlainReader {
   public:
-    PlainReader(const std::string& text, size_t deepestLevel, NodeTable& table)
-        : builder_(table),
+    PlainReader(TextWindow& text, size_t deepestLevel, NodeTable& table)
+        : text_(text),
+          builder_(table),
           deepestLevel_(deepestLevel),
-          at_(text.c_str()),
-          end_(at_ + text.size()) {}
+          at_(text.begin()),
+          end_(text.end()) {}
 
     bool read() {
         passProlog();
-        while (true) {
-            const char* before = at_;
-            passSpace();
-            if (*at_ != '<') {
-                if (builder_.level() == 0) break;
-                at_ = before;
-                if (!readText()) return false;
-            }
-            ++at_;
-            if (!readMarkup()) return false;
-        }
+        do {
+            if (rest().size() < longestTag) (void)readOn();
+            if (!passToMarkup()) return false;
+        } while (*at_ == '<' && readMarkup());
         builder_.finish();
-        return at_ == end_ && hasRoot_;
+        return at_ == end_ && hasRoot_ && builder_.level() == 0 && text_.isSound();
     }
 
   private:
     std::string_view rest() const { return {at_, static_cast<size_t>(end_ - at_)}; }
+    bool readOn() {
+        const bool isThereMore = text_.readOn(at_);
+        end_ = text_.end();
+        return isThereMore;
+    }
+
+    // To the next "<", past white space or a text; outside of the root to what is no space. What
+    // goes on behind the window is read afresh.
+    bool passToMarkup() {
+        while (true) {
+            const char* before = at_;
+            passSpace();
+            if (*at_ == '<') return true;
+            if (*at_ != '\0') {
+                if (builder_.level() == 0) return true;
+                at_ = before;
+                if (readText()) return true;
+                if (rest().size() > longestReference) return false;
+            }
+            at_ = before;
+            if (!readOn()) {
+                passSpace();
+                return builder_.level() == 0;
+            }
+        }
+    }
     void passSpace() {
         while (is(*at_, space)) ++at_;
     }
@@ -102,8 +125,8 @@ class PlainReader {
                encoding.starts_with("encoding='utf-8'");
     }
 
-    // Behind a "<".
     bool readMarkup() {
+        ++at_;
         if (is(*at_, nameStart)) return readStartTag();
         if (pass('/')) return readEndTag();
         if (rest().starts_with("!--")) return readComment();
@@ -229,6 +252,7 @@ class PlainReader {
         return pass('>');
     }
 
+    TextWindow& text_;
     NodeTableBuilder builder_;
     size_t deepestLevel_;
     const char* at_;
@@ -239,7 +263,7 @@ class PlainReader {
 
 }  // namespace
 
-bool readPlain(const std::string& text, size_t deepestLevel, NodeTable& table) {
+bool readPlain(TextWindow& text, size_t deepestLevel, NodeTable& table) {
     return PlainReader(text, deepestLevel, table).read();
 }
 

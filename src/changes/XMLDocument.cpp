@@ -1,6 +1,5 @@
 #include "changes/XMLDocument.h"
 
-#include "changes/ParserGaps.h"
 #include "changes/PlainReader.h"
 #include "foundation/MessageText.h"
 
@@ -15,14 +14,21 @@ Result<XMLDocument::Pointer> XMLDocument::read(std::string bytes) {
             messageText("The file holds more than %li bytes.", static_cast<long>(largestSize))};
     }
     const std::shared_ptr<XMLDocument> document(new XMLDocument);
-    if (auto error = document->parse(std::move(bytes))) return *std::move(error);
+    TextWindow whole(bytes);
+    if (!readPlain(whole, deepestLevel, document->nodes_)) {
+        auto error = readWithLibrary(std::move(bytes), deepestLevel, document->nodes_);
+        if (error) return *std::move(error);
+    }
     document->gatherIdentifiers();
     return Pointer(document);
 }
 
-std::optional<Error> XMLDocument::parse(std::string bytes) {
-    if (isUtf8WithoutZero(bytes) && readPlain(bytes, deepestLevel, nodes_)) return std::nullopt;
-    return readWithLibrary(std::move(bytes), deepestLevel, nodes_);
+XMLDocument::Pointer XMLDocument::readPieces(PieceSource pieces) {
+    const std::shared_ptr<XMLDocument> document(new XMLDocument);
+    TextWindow text(std::move(pieces), largestSize);
+    if (!readPlain(text, deepestLevel, document->nodes_)) return nullptr;
+    document->gatherIdentifiers();
+    return document;
 }
 
 void XMLDocument::take(TreeNode element) {

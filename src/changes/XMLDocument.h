@@ -2,6 +2,7 @@
 
 #include "changes/LibraryReader.h"
 #include "changes/NodeTable.h"
+#include "changes/TextWindow.h"
 #include "changes/XMLTree.h"
 #include "foundation/Result.h"
 
@@ -30,6 +31,10 @@ class XMLDocument {
     // `deepestLevel`.
     static Result<Pointer> read(std::string bytes);
 
+    // The same from a text that comes in pieces, for what most documents are (see PlainReader.h).
+    // Null when `read` is to decide.
+    static Pointer readPieces(PieceSource pieces);
+
     // Real documents nest to 26 levels. A bound keeps every look at what stands above an element
     // cheap.
     static constexpr size_t deepestLevel = 1000;
@@ -54,7 +59,6 @@ class XMLDocument {
   private:
     XMLDocument() = default;
 
-    std::optional<Error> parse(std::string bytes);
     void gatherIdentifiers();
     void take(TreeNode element);
 
