@@ -12,8 +12,6 @@ namespace larkspan {
 namespace {
 
 constexpr size_t none = std::string_view::npos;
-// Of a window that is not at the end of its text; the library takes longer ones.
-constexpr size_t longestTag = size_t{64} * 1024;
 constexpr size_t longestReference = 64;
 
 // What a byte may be, as bits.
@@ -56,11 +54,13 @@ class PlainReader {
           end_(text.end()) {}
 
     bool read() {
+        if (!text_.isSound()) return false;
         passProlog();
-        do {
-            if (rest().size() < longestTag) (void)readOn();
-            if (!passToMarkup()) return false;
-        } while (*at_ == '<' && readMarkup());
+        while (passToMarkup()) {
+            // A tag that is longer than that is for the library.
+            if (rest().size() < text_.sizeAhead()) (void)readOn();
+            if (!readMarkup()) return false;
+        }
         builder_.finish();
         return at_ == end_ && hasRoot_ && builder_.level() == 0 && text_.isSound();
     }
@@ -73,24 +73,24 @@ class PlainReader {
         return isThereMore;
     }
 
-    // To the next "<", past white space or a text; outside of the root to what is no space. What
+    // To the next "<", past white space or a text in an element; false where there is none. What
     // goes on behind the window is read afresh.
     bool passToMarkup() {
         while (true) {
             const char* before = at_;
             passSpace();
             if (*at_ == '<') return true;
-            if (*at_ != '\0') {
-                if (builder_.level() == 0) return true;
+            if (at_ != end_) {
+                if (builder_.level() == 0) return false;
                 at_ = before;
                 if (readText()) return true;
                 if (rest().size() > longestReference) return false;
             }
+            const char* stopped = at_;
             at_ = before;
-            if (!readOn()) {
-                passSpace();
-                return builder_.level() == 0;
-            }
+            if (readOn()) continue;
+            at_ = stopped;
+            return false;
         }
     }
     void passSpace() {

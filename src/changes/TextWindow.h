@@ -18,8 +18,10 @@ class TextWindow {
   public:
     // Over a whole text, which must outlive it.
     explicit TextWindow(const std::string& text);
-    // Over a text that is read in pieces; of more than `largestSize` bytes nothing is read.
-    TextWindow(PieceSource source, size_t largestSize);
+    // Over a text that is read in pieces, at first of that size (16 at least), which fit into the
+    // processor's cache; a text of more than `largestSize` bytes counts as one that cannot be read.
+    static constexpr size_t usualSize = size_t{256} * 1024;
+    TextWindow(PieceSource source, size_t largestSize, size_t firstSize = usualSize);
 
     // What can be looked at. A zero byte stands behind it, and none in it.
     const char* begin() const { return begin_; }
@@ -29,19 +31,26 @@ class TextWindow {
     // text, and there is more behind it. False, with everything as it was, when there is no more.
     bool readOn(const char*& at);
 
-    // Whether it was UTF-8 without a zero byte so far, and could be read.
+    // What a reader may count on to be ahead of it where the text goes on, once it has read on.
+    size_t sizeAhead() const { return sizeAhead_; }
+
+    // False once there was something else than UTF-8, a zero byte, or a failure to read; there is
+    // nothing more then.
     bool isSound() const { return isSound_; }
 
   private:
-    void append(size_t kept);
+    void append();
+    void show(size_t size);
     // How much of the buffer are whole characters for certain.
     size_t wholeCharacters() const;
 
     PieceSource source_;
     size_t mayRead_ = 0;  // bytes
-    std::string buffer_;  // and a zero byte behind what is filled
+    size_t sizeAhead_ = 0;
+    std::string buffer_;
     size_t filled_ = 0;
-    size_t checked_ = 0;
+    size_t shown_ = 0;  // of what is filled, and its byte that the zero byte stands for
+    char hidden_ = '\0';
     const char* begin_ = nullptr;
     const char* end_ = nullptr;
     bool hasMore_ = false;
