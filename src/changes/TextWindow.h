@@ -27,8 +27,8 @@ class TextWindow {
     const char* begin() const { return begin_; }
     const char* end() const { return end_; }
 
-    // Lets go of what stands before `at` and reads on; `at` then stands at the same place of the
-    // text, and there is more behind it. False, with everything as it was, when there is no more.
+    // Lets go of what stands before `at` and reads on; `at` stands at the same place of the text
+    // then. False when there was no more.
     bool readOn(const char*& at);
 
     // What a reader may count on to be ahead of it where the text goes on, once it has read on.

@@ -3,6 +3,9 @@
 #include "changes/PlainReader.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -193,6 +196,21 @@ TEST(PlainReaderTest, LeavesTagsLongerThanAWindowToTheLibrary) {
     const std::string tag = "<a><b c='" + std::string(1'000'000, 'x') + "'/></a>";
     EXPECT_EQ(inPieces(tag, TextWindow::usualSize), "refused");
     EXPECT_EQ(plainly(tag), withLibrary(tag));
+}
+
+TEST(PlainReaderTest, AgreesWithTheLibraryOnEveryTornSeed) {
+    size_t seeds = 0;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(LARKSPAN_SOURCE_DIR "/fuzz/seeds/document-reader")) {
+        std::ifstream file(entry.path(), std::ios::binary);
+        const std::string seed((std::istreambuf_iterator<char>(file)), {});
+        for (size_t size = 0; size <= seed.size(); ++size) {
+            const std::string torn = seed.substr(0, size);
+            EXPECT_THAT(plainly(torn), AnyOf(withLibrary(torn), "refused")) << torn;
+        }
+        ++seeds;
+    }
+    EXPECT_GE(seeds, 2U);
 }
 
 TEST(TextWindowTest, GivesATextPieceByPiece) {
