@@ -44,6 +44,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size) {
         if (found && (!isDocument || *found != expected)) std::abort();
     };
     check(read(TextWindow(text)));
-    for (const size_t firstSize : {16, 19, 64}) check(readInPieces(text, firstSize));
+    for (const size_t firstSize : {16U, 19U, 64U}) check(readInPieces(text, firstSize));
     return 0;
 }

@@ -52,6 +52,8 @@ class NodeTable {
 
     const AttributeRecord* attribute(std::uint32_t at) const { return attributes_.data() + at; }
     const char* name(std::uint32_t at) const { return names_.data() + at; }
+    // Where a name begins; 0 when nothing is called so.
+    std::uint32_t placeOfName(std::string_view name) const;
     const char* value(std::uint32_t at) const { return values_.data() + at; }
 
     // The document as the XML library's own tree; made when it is first asked for.

@@ -16,12 +16,11 @@ namespace {
 
 using Index = std::unordered_map<std::string_view, TreeNode>;
 
-std::vector<const std::string*> missing(std::span<const std::string> oldList,
-                                        std::span<const std::string> newList) {
+std::vector<std::string_view> missing(IdentifierList oldList, IdentifierList newList) {
     const IdentifierSet kept(newList.begin(), newList.end());
-    std::vector<const std::string*> removed;
-    for (const std::string& identifier : oldList) {
-        if (!kept.contains(identifier)) removed.push_back(&identifier);
+    std::vector<std::string_view> removed;
+    for (const std::string_view identifier : oldList) {
+        if (!kept.contains(identifier)) removed.push_back(identifier);
     }
     return removed;
 }
@@ -46,8 +45,8 @@ Index idIndex(const XMLDocument& document) {
 }
 
 // What a query for an identifier in double quotes asks for; empty when that is no query.
-std::optional<std::string> askedFor(const std::string& identifier) {
-    if (identifier.find('"') != std::string::npos) return std::nullopt;
+std::optional<std::string> askedFor(std::string_view identifier) {
+    if (identifier.find('"') != std::string_view::npos) return std::nullopt;
     return resolvingReferences(ZBXMLParser::escapeQueryString(identifier));
 }
 
@@ -58,12 +57,12 @@ class RemovalPass {
     // `element` gives what was removed for what the index holds; `reportUnaskable` takes the
     // description of an identifier that cannot be asked for.
     template <class Element, class Report>
-    void add(const std::vector<const std::string*>& removed, const Index& index,
+    void add(const std::vector<std::string_view>& removed, const Index& index,
              Report reportUnaskable, Element element) {
-        for (const std::string* identifier : removed) {
-            const auto wanted = askedFor(*identifier);
+        for (const std::string_view identifier : removed) {
+            const auto wanted = askedFor(identifier);
             if (!wanted) {
-                reportUnaskable("no query can ask for " + cutForShowing(*identifier));
+                reportUnaskable("no query can ask for " + cutForShowing(identifier));
                 continue;
             }
             const auto found = index.find(*wanted);

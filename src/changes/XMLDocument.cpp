@@ -3,8 +3,6 @@
 #include "changes/PlainReader.h"
 #include "foundation/MessageText.h"
 
-#include <optional>
-
 namespace larkspan {
 
 Result<XMLDocument::Pointer> XMLDocument::read(std::string bytes) {
@@ -31,13 +29,17 @@ XMLDocument::Pointer XMLDocument::readPieces(PieceSource pieces) {
     return document;
 }
 
-void XMLDocument::take(TreeNode element) {
+void XMLDocument::takeUUID(TreeNode element) {
     // An identifier is a text; whatever holds elements under that name is none.
-    if (xmltree::areSame(element.name(), "uuid") && xmltree::isLeaf(element)) {
-        identifiers_.uuids.push_back(xmltree::stringValue(element));
-        uuidElements_.push_back(element);
-    }
-    if (xmltree::areSame(element.name(), "marker")) markers_.push_back(element);
+    if (!xmltree::isLeaf(element)) return;
+    const bool isOnePiece = !element.firstChild();
+    identifiers_.uuids.emplace_back(isOnePiece
+                                        ? std::string_view(element.value())
+                                        : joined_.emplace_back(xmltree::stringValue(element)));
+    uuidElements_.push_back(element);
+}
+
+void XMLDocument::takeId(TreeNode element) {
     const auto id = element.attribute("id");
     if (!id) return;
     identifiers_.ids.emplace_back(id.value());
@@ -45,9 +47,15 @@ void XMLDocument::take(TreeNode element) {
 }
 
 void XMLDocument::gatherIdentifiers() {
+    const auto uuid = nodes_.placeOfName("uuid");
+    const auto marker = nodes_.placeOfName("marker");
     for (std::uint32_t at = 0; at < nodes_.size(); ++at) {
-        const TreeNode node(nodes_, nodes_.record(at));
-        if (node.isElement()) take(node);
+        const NodeRecord* record = nodes_.record(at);
+        if (record->nodeKind() != NodeKind::element) continue;
+        const TreeNode element(nodes_, record);
+        if (record->name == uuid) takeUUID(element);
+        if (record->name == marker) markers_.push_back(element);
+        if (record->attributes != record[1].attributes) takeId(element);
     }
 }
 

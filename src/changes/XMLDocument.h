@@ -6,17 +6,21 @@
 #include "changes/XMLTree.h"
 #include "foundation/Result.h"
 
+#include <deque>
 #include <memory>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace larkspan {
 
 // The identifiers of a document in document order, repeats kept: the string value of every `uuid`
-// element, the value of every `id` attribute.
+// element, the value of every `id` attribute. They live as long as the document.
+using IdentifierList = std::span<const std::string_view>;
 struct IdentifierLists {
-    std::vector<std::string> uuids;
-    std::vector<std::string> ids;
+    std::vector<std::string_view> uuids;
+    std::vector<std::string_view> ids;
 };
 
 // A parsed XML document, which never changes. White-space-only text is not part of it. Owned by who
@@ -60,10 +64,12 @@ class XMLDocument {
     XMLDocument() = default;
 
     void gatherIdentifiers();
-    void take(TreeNode element);
+    void takeUUID(TreeNode element);
+    void takeId(TreeNode element);
 
     NodeTable nodes_;
     IdentifierLists identifiers_;
+    std::deque<std::string> joined_;  // identifiers that stand in several pieces
     std::vector<TreeNode> uuidElements_;
     std::vector<TreeNode> idOwners_;
     std::vector<TreeNode> markers_;
