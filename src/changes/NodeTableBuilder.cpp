@@ -28,7 +28,7 @@ NodeTableBuilder::NodeTableBuilder(NodeTable& table) : table_(table), slots_(few
                             .value = 0,
                             .parent = 0,
                             .attributes = 0});
-    open_.push_back({0, 0});
+    open_.push_back({0, 0, {}});
 }
 
 std::uint32_t NodeTableBuilder::addRecord(NodeKind kind, std::uint32_t name, std::uint32_t value) {
@@ -51,7 +51,8 @@ std::uint32_t NodeTableBuilder::addRecord(NodeKind kind, std::uint32_t name, std
 }
 
 void NodeTableBuilder::openElement(std::string_view name) {
-    open_.push_back({addRecord(NodeKind::element, storedName(name), 0), 0});
+    const StoredName stored = storedName(name);
+    open_.push_back({addRecord(NodeKind::element, stored.place, 0), 0, stored});
 }
 
 void NodeTableBuilder::closeElement() {
@@ -59,7 +60,7 @@ void NodeTableBuilder::closeElement() {
 }
 
 void NodeTableBuilder::addAttribute(std::string_view name, std::string_view value) {
-    table_.attributes_.append({storedName(name), storedValue(value)});
+    table_.attributes_.append({storedName(name).place, storedValue(value)});
 }
 
 void NodeTableBuilder::addText(std::string_view text) {
@@ -72,7 +73,7 @@ void NodeTableBuilder::addText(std::string_view text) {
 }
 
 void NodeTableBuilder::addLeaf(NodeKind kind, std::string_view name, std::string_view value) {
-    (void)addRecord(kind, storedName(name), storedValue(value));
+    (void)addRecord(kind, storedName(name).place, storedValue(value));
 }
 
 void NodeTableBuilder::finish() {
@@ -98,21 +99,14 @@ std::uint32_t NodeTableBuilder::storedValue(std::string_view value) {
     return stored;
 }
 
-bool NodeTableBuilder::isStoredAt(std::uint32_t stored, std::string_view name) const {
-    const char* known = table_.name(stored);
-    for (const char c : name) {
-        if (*known != c) return false;
-        ++known;
-    }
-    return *known == '\0';
-}
-
-std::uint32_t NodeTableBuilder::storedName(std::string_view name) {
-    if (name.empty()) return 0;
+NodeTableBuilder::StoredName NodeTableBuilder::storedName(std::string_view name) {
+    if (name.empty()) return {};
     const auto byte = [](char c) { return static_cast<unsigned char>(c); };
     const size_t likely = byte(name.front()) * 31U + byte(name.back()) * 7U + name.size();
-    std::uint32_t& recent = recent_[likely % recent_.size()];
-    if (!isStoredAt(recent, name)) recent = soughtName(name);
+    StoredName& recent = recent_[likely % recent_.size()];
+    if (std::string_view(table_.name(recent.place), recent.size) != name) {
+        recent = {soughtName(name), static_cast<std::uint32_t>(name.size())};
+    }
     return recent;
 }
 
@@ -120,7 +114,7 @@ std::uint32_t NodeTableBuilder::soughtName(std::string_view name) {
     const size_t mask = slots_.size() - 1;
     size_t slot = hashed(name) & mask;
     for (; slots_[slot] != freeSlot; slot = (slot + 1) & mask) {
-        if (isStoredAt(slots_[slot], name)) return slots_[slot];
+        if (name == table_.name(slots_[slot])) return slots_[slot];
     }
     const auto stored = static_cast<std::uint32_t>(table_.names_.size());
     table_.names_.append(name.data(), name.size());

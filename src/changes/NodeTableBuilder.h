@@ -25,21 +25,28 @@ class NodeTableBuilder {
 
     // How many elements are open, and the name of the innermost.
     size_t level() const { return open_.size() - 1; }
-    const char* openName() const { return table_.name(table_.records_[open_.back().record].name); }
+    std::string_view openName() const {
+        return {table_.name(open_.back().name.place), open_.back().name.size};
+    }
 
     // To be called once, when everything is added.
     void finish();
 
   private:
+    // Where a name lies, and how long it is.
+    struct StoredName {
+        std::uint32_t place = 0;
+        std::uint32_t size = 0;
+    };
     struct Open {
         std::uint32_t record;
         std::uint32_t lastChild;  // 0 when it has none yet
+        StoredName name;
     };
 
     std::uint32_t addRecord(NodeKind kind, std::uint32_t name, std::uint32_t value);
-    std::uint32_t storedName(std::string_view name);
+    StoredName storedName(std::string_view name);
     std::uint32_t soughtName(std::string_view name);
-    bool isStoredAt(std::uint32_t stored, std::string_view name) const;
     std::uint32_t storedValue(std::string_view value);
     void growSlots();
 
@@ -49,7 +56,7 @@ class NodeTableBuilder {
     std::vector<std::uint32_t> slots_;
     size_t nameCount_ = 0;
     // Names that were met last, by what is told of them fastest.
-    std::array<std::uint32_t, 1024> recent_ = {};
+    std::array<StoredName, 1024> recent_ = {};
 };
 
 }  // namespace larkspan

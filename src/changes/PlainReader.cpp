@@ -156,9 +156,9 @@ class PlainReader {
 
     bool readEndTag() {
         if (builder_.level() == 0) return false;
-        const char* name = builder_.openName();
-        while (*name != '\0' && *name == *at_) ++name, ++at_;
-        if (*name != '\0') return false;
+        const std::string_view name = builder_.openName();
+        if (!rest().starts_with(name)) return false;
+        at_ += name.size();
         passSpace();
         builder_.closeElement();
         return pass('>');
