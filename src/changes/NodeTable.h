@@ -20,8 +20,8 @@ struct NodeRecord {
     std::uint32_t kind : 3;
     std::uint32_t hasChildren : 1;
     std::uint32_t name;  // where it begins among the names
-    std::uint32_t
-        value;  // where it begins among the values; of an element, the text it begins with
+    // Where it begins among the values; of an element, the text that the element begins with.
+    std::uint32_t value;
     std::uint32_t parent;
     std::uint32_t attributes;  // its first; those of the record behind begin behind its last
 
@@ -33,9 +33,8 @@ struct AttributeRecord {
     std::uint32_t value;
 };
 
-// The nodes of one document: a fifth of what the text takes that it was read from and a third of
-// what the XML library's tree takes. Record 0 is the document itself. Does not change once it was
-// built; read by any number of threads.
+// The nodes of one document, in a third of what the XML library's tree takes. Record 0 is the
+// document itself. Does not change once it was built; read by any number of threads.
 class NodeTable {
   public:
     NodeTable();
