@@ -11,9 +11,10 @@
 namespace larkspan {
 namespace {
 
-// Text outside of the root is kept so that it can be found.
-constexpr unsigned parseOptions =
-    pugi::parse_default | pugi::parse_pi | pugi::parse_comments | pugi::parse_fragment;
+// Text outside of the root is kept so that it can be found; an element's first text becomes its
+// value, which spares a node for most elements.
+constexpr unsigned parseOptions = pugi::parse_default | pugi::parse_pi | pugi::parse_comments |
+                                  pugi::parse_fragment | pugi::parse_embed_pcdata;
 
 Error problem(std::string description) {
     return {xmlDocumentErrorDomain, 1, std::move(description)};
@@ -44,6 +45,7 @@ std::optional<Error> checkTop(const pugi::xml_document& tree) {
         }
         if (type == pugi::node_element) ++roots;
     }
+    if (*tree.value() != '\0') return problem("There is text outside of the root element.");
     if (roots == 1) return std::nullopt;
     return problem(roots == 0 ? "There is no root element."
                               : "There is more than one root element.");
@@ -56,6 +58,7 @@ void add(pugi::xml_node node, NodeTableBuilder& builder) {
             for (const pugi::xml_attribute attribute : node.attributes()) {
                 builder.addAttribute(attribute.name(), attribute.value());
             }
+            if (*node.value() != '\0') builder.addText(node.value());
             break;
         case pugi::node_pcdata:
             builder.addText(node.value());

@@ -4,6 +4,7 @@
 #include "changes/NodeTableBuilder.h"
 #include "foundation/Text.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <string_view>
@@ -102,12 +103,17 @@ class PlainReader {
         return true;
     }
 
+    bool passText(std::string_view expected) {
+        if (!rest().starts_with(expected)) return false;
+        at_ += expected.size();
+        return true;
+    }
+
     // The byte-order mark and a declaration that names no other encoding; what is not passed is
     // refused later.
     void passProlog() {
-        constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
         constexpr std::string_view start = "<?xml";
-        if (rest().starts_with(byteOrderMark)) at_ += byteOrderMark.size();
+        (void)passText("\xEF\xBB\xBF");
         if (!rest().starts_with(start) || !is(at_[start.size()], space)) return;
         const size_t size = rest().find("?>");
         if (size == none) return;
@@ -129,7 +135,11 @@ class PlainReader {
         ++at_;
         if (is(*at_, nameStart)) return readStartTag();
         if (pass('/')) return readEndTag();
-        if (rest().starts_with("!--")) return readComment();
+        if (pass('?')) return readInstruction();
+        if (passText("!--")) return readLiteral(NodeKind::comment, "-->");
+        if (passText("![CDATA[")) {
+            return builder_.level() > 0 && readLiteral(NodeKind::characterData, "]]>");
+        }
         return readDocumentType();
     }
 
@@ -229,22 +239,43 @@ class PlainReader {
         return true;
     }
 
-    bool readComment() {
-        at_ += 3;
-        const size_t size = rest().find("-->");
+    // Up to the end that it has, which must be in the window.
+    bool readLiteral(NodeKind kind, std::string_view end) {
+        const size_t size = rest().find(end);
         if (size == none) return false;
-        const std::string_view comment = rest().substr(0, size);
-        if (comment.find('\r') != none) return false;
-        builder_.addLeaf(NodeKind::comment, {}, comment);
-        at_ += size + 3;
+        scratch_.clear();
+        for (std::string_view text = rest().substr(0, size); !text.empty();) {
+            const size_t line = std::min(text.find('\r'), text.size());
+            scratch_ += text.substr(0, line);
+            text.remove_prefix(line);
+            if (text.empty()) break;
+            scratch_ += '\n';
+            text.remove_prefix(text.starts_with("\r\n") ? 2 : 1);
+        }
+        builder_.addLeaf(kind, {}, scratch_);
+        at_ += size + end.size();
+        return true;
+    }
+
+    bool readInstruction() {
+        if (!is(*at_, nameStart)) return false;
+        const std::string_view target = readName();
+        if (lowercased(target) == "xml") return false;
+        if (is(*at_, space)) {
+            passSpace();
+        } else if (!rest().starts_with("?>")) {
+            return false;
+        }
+        const size_t size = rest().find("?>");
+        if (size == none) return false;
+        builder_.addLeaf(NodeKind::instruction, target, rest().substr(0, size));
+        at_ += size + 2;
         return true;
     }
 
     // One that says a name and nothing else.
     bool readDocumentType() {
-        constexpr std::string_view start = "!DOCTYPE";
-        if (hasRoot_ || !rest().starts_with(start)) return false;
-        at_ += start.size();
+        if (hasRoot_ || !passText("!DOCTYPE")) return false;
         if (!is(*at_, space)) return false;
         passSpace();
         (void)readName();
