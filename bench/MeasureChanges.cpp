@@ -2,12 +2,15 @@
 #include "TemporaryHome.h"
 #include "changes/ChangeListDriver.h"
 #include "changes/Sentence.h"
+#include "foundation/Text.h"
 #include "kit/ZBLog.h"
 #include "platform/Files.h"
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <string>
 #include <thread>
 
 namespace larkspan::bench {
@@ -19,6 +22,15 @@ ChangeListSurroundings surroundings() {
             .cacheFile = [](const Path& folder, const Path&) { return folder; },
             .annotationForFile = [](const Path&) { return std::nullopt; },
             .currentBundlePath = [] { return std::nullopt; }};
+}
+
+// Of "VmRSS" or "VmHWM", in KiB; 0 where the system does not say.
+long memory(const std::string& field) {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with(field + ":")) return integerValue(line.substr(field.size() + 1));
+    }
+    return 0;
 }
 
 const Value::Array& sentencesOf(const Value::Dictionary& entry) {
@@ -34,9 +46,16 @@ int measureChanges(const std::vector<std::string>& arguments) {
     int status = EXIT_FAILURE;
     // Off the main thread, as in the helper.
     std::thread([&] {
+        const long before = memory("VmRSS");
+        const auto start = std::chrono::steady_clock::now();
         const ChangeListDriver::Entry entry =
             driver.changelistForFile(Path(arguments[0]), Path(arguments[1]));
+        const std::chrono::duration<double, std::milli> passed =
+            std::chrono::steady_clock::now() - start;
         if (!entry) return;
+        driver.memory().forget();
+        (void)std::fprintf(stderr, "ms %.1f, KiB before %li, at most %li, after %li\n",
+                           passed.count(), before, memory("VmHWM"), memory("VmRSS"));
         for (const Value& sentence : sentencesOf(*entry)) {
             (void)std::puts(cutForShowing(*sentence.string()).c_str());
         }

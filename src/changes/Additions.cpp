@@ -18,24 +18,24 @@ bool isIdentifiedByUUID(std::string_view name) {
     return names.contains(name);
 }
 
-std::string timePhrase(pugi::xml_node node) {
+std::string timePhrase(TreeNode node) {
     return phrase(" at %@", startTimeForNode(node));
 }
 
-Field sequenceAbove(pugi::xml_node node, NodeFacts& facts) {
+Field sequenceAbove(TreeNode node, NodeFacts& facts) {
     return facts.name(xmltree::ancestor(node, "sequence"));
 }
 
-std::string toSequence(pugi::xml_node node, NodeFacts& facts) {
+std::string toSequence(TreeNode node, NodeFacts& facts) {
     return phrase(" to sequence %@", sequenceAbove(node, facts));
 }
 
-std::string forSequence(pugi::xml_node node, NodeFacts& facts) {
+std::string forSequence(TreeNode node, NodeFacts& facts) {
     return phrase(" for sequence %@", sequenceAbove(node, facts));
 }
 
-std::string toMulticlip(pugi::xml_node node, NodeFacts& facts) {
-    const bool isInMulticlip = !xmltree::ancestorOrSelf(node, "multiclip").empty();
+std::string toMulticlip(TreeNode node, NodeFacts& facts) {
+    const bool isInMulticlip = static_cast<bool>(xmltree::ancestorOrSelf(node, "multiclip"));
     return phrase(" to multiclip %@",
                   facts.name(isInMulticlip ? xmltree::ancestor(node, "multiclip")
                                            : xmltree::descendant(node, "multiclip")));
@@ -47,15 +47,15 @@ Field fileName(std::optional<std::string_view> pathURL) {
     return name.empty() ? Field() : Field(std::move(name));
 }
 
-Sentence newSequence(pugi::xml_node node, NodeFacts& facts) {
+Sentence newSequence(TreeNode node, NodeFacts& facts) {
     return sentence("New sequence added: %@", facts.name(node));
 }
 
-Sentence newBin(pugi::xml_node node, NodeFacts& facts) {
+Sentence newBin(TreeNode node, NodeFacts& facts) {
     return sentence("New bin added: %@", facts.name(node));
 }
 
-Sentence newMulticlip(pugi::xml_node node, NodeFacts& facts) {
+Sentence newMulticlip(TreeNode node, NodeFacts& facts) {
     const std::string time = timePhrase(node);
     const std::string sequence = toSequence(node, facts);
     const Field file = fileName(xmltree::descendantText(node, "pathurl"));
@@ -63,7 +63,7 @@ Sentence newMulticlip(pugi::xml_node node, NodeFacts& facts) {
     return sentence("New multiclip added%@%@: %@", time, sequence, file);
 }
 
-Sentence newClip(pugi::xml_node node, NodeFacts& facts) {
+Sentence newClip(TreeNode node, NodeFacts& facts) {
     const std::string track = NodeFacts::trackWord(node);
     const std::string kind = NodeFacts::kindWord(node);
     const std::string multiclip = toMulticlip(node, facts);
@@ -76,25 +76,25 @@ Sentence newClip(pugi::xml_node node, NodeFacts& facts) {
     return sentence("New %@%@ %@ added%@%@%@", track, kind, file, multiclip, sequence, time);
 }
 
-Sentence newGenerator(pugi::xml_node node, NodeFacts& facts) {
+Sentence newGenerator(TreeNode node, NodeFacts& facts) {
     return sentence("New generator %@ added%@%@", facts.name(node), toSequence(node, facts),
                     timePhrase(node));
 }
 
-Sentence newTransition(pugi::xml_node node, NodeFacts& facts) {
+Sentence newTransition(TreeNode node, NodeFacts& facts) {
     return sentence("New transition %@ added%@%@%@", facts.name(node),
                     phrase(" to clip %@", facts.name(xmltree::ancestor(node, "clipitem"))),
                     forSequence(node, facts), timePhrase(node));
 }
 
-Sentence newMarker(pugi::xml_node node, NodeFacts& facts) {
+Sentence newMarker(TreeNode node, NodeFacts& facts) {
     return sentence(
         "New marker %@ added%@%@%@", facts.name(node),
         phrase(" to %@clip %@", NodeFacts::trackWord(node), facts.name(NodeFacts::clipAbove(node))),
         forSequence(node, facts), timePhrase(node));
 }
 
-Sentence newFilter(pugi::xml_node node, NodeFacts& facts) {
+Sentence newFilter(TreeNode node, NodeFacts& facts) {
     const Field name = facts.name(node);
     if (name && isBuiltInClipAttribute(*name)) return std::nullopt;
     return sentence("New filter added%@: %@",
@@ -103,7 +103,7 @@ Sentence newFilter(pugi::xml_node node, NodeFacts& facts) {
 
 struct Announcement {
     std::string_view element;
-    Sentence (*make)(pugi::xml_node node, NodeFacts& facts);
+    Sentence (*make)(TreeNode node, NodeFacts& facts);
 };
 
 constexpr std::array announcements = {Announcement{"sequence", newSequence},
@@ -134,13 +134,13 @@ bool isBuiltInClipAttribute(std::string_view effectName) {
 KnownElements::KnownElements(const IdentifierSet& oldUUIDs, const IdentifierSet& oldIDs,
                              const XMLDocument& baseDoc)
     : oldUUIDs_(oldUUIDs), oldIDs_(oldIDs) {
-    for (const pugi::xml_node marker : baseDoc.markers()) {
+    for (const TreeNode marker : baseDoc.markers()) {
         const auto name = xmltree::child(marker, "name");
         if (name) markerNames_.insert(xmltree::stringValue(name));
     }
 }
 
-bool KnownElements::contains(pugi::xml_node node) const {
+bool KnownElements::contains(TreeNode node) const {
     if (isIdentifiedByUUID(xmltree::name(node))) {
         const auto uuid = ZBXMLParser::uuidForNode(node);
         const auto history = uuidHistoryForNode(node);
@@ -161,7 +161,7 @@ bool isAnnounced(std::string_view elementName) {
     return announcementOf(elementName) != nullptr;
 }
 
-Sentence additionSentence(pugi::xml_node node, NodeFacts& facts) {
+Sentence additionSentence(TreeNode node, NodeFacts& facts) {
     const Announcement* announcement = announcementOf(xmltree::name(node));
     return announcement ? announcement->make(node, facts) : std::nullopt;
 }

@@ -9,8 +9,6 @@
 #include <string_view>
 #include <unordered_set>
 
-#include <pugixml.hpp>
-
 namespace larkspan {
 
 // Tells which elements the old document knew.
@@ -22,7 +20,7 @@ class KnownElements {
     // Clips, clip items, bins, multiclips and sequences by their uuid or one that they had before,
     // everything else, and those without any, by their id. A marker without id by its name. What
     // has nothing is not known.
-    bool contains(pugi::xml_node node) const;
+    bool contains(TreeNode node) const;
     bool containsUUID(const std::string& uuid) const { return oldUUIDs_.contains(uuid); }
 
   private:
@@ -35,7 +33,7 @@ class KnownElements {
 bool isBuiltInClipAttribute(std::string_view effectName);
 
 // The sentence for an element that the old document has not; none for what is not announced.
-Sentence additionSentence(pugi::xml_node node, NodeFacts& facts);
+Sentence additionSentence(TreeNode node, NodeFacts& facts);
 
 // Whether there may be one, by the element's name alone.
 bool isAnnounced(std::string_view elementName);

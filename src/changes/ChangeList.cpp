@@ -10,7 +10,7 @@ namespace larkspan {
 namespace {
 
 // The one sentence that replaces the whole comparison when something else was backed up.
-std::optional<Sentence> framing(pugi::xml_node newFirst, pugi::xml_node baseFirst) {
+std::optional<Sentence> framing(TreeNode newFirst, TreeNode baseFirst) {
     if (!newFirst || !baseFirst) return std::nullopt;
     const bool isSequence = xmltree::name(newFirst) == "sequence";
     const bool areAlike = xmltree::name(newFirst) == xmltree::name(baseFirst);

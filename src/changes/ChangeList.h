@@ -20,10 +20,10 @@ struct Cancellation {
 // The identifier lists of a comparison: those of its two documents or, for the old side, what the
 // caller remembers of it.
 struct ComparedLists {
-    std::span<const std::string> oldUUIDList = {};
-    std::span<const std::string> oldIDList = {};
-    std::span<const std::string> newUUIDList = {};
-    std::span<const std::string> newIDList = {};
+    IdentifierList oldUUIDList = {};
+    IdentifierList oldIDList = {};
+    IdentifierList newUUIDList = {};
+    IdentifierList newIDList = {};
 };
 ComparedLists listsOf(const XMLDocument& document, const XMLDocument& baseDoc);
 
@@ -42,10 +42,9 @@ ChangeSentences changeListForPremiereXMLDoc(const XMLDocument* document, const X
 
 // The sentence about one changed leaf; none when it is not worth one, or when cancelled. The list
 // is the new document's. What no rule knows is logged, too.
-Sentence changeStringFromFCPNode(const ChangedLeaf& leaf, std::span<const std::string> withUUIDList,
+Sentence changeStringFromFCPNode(const ChangedLeaf& leaf, IdentifierList withUUIDList,
                                  const Cancellation& cancellation = {});
-Sentence changeStringFromPremiereNode(const ChangedLeaf& leaf,
-                                      std::span<const std::string> withUUIDList,
+Sentence changeStringFromPremiereNode(const ChangedLeaf& leaf, IdentifierList withUUIDList,
                                       const Cancellation& cancellation = {});
 
 }  // namespace larkspan

@@ -64,8 +64,7 @@ Value::Array arrayOf(const std::vector<std::string>& sentences) {
 }
 
 // The first that is not empty.
-std::span<const std::string> rememberedOr(std::span<const std::string> remembered,
-                                          std::span<const std::string> otherwise) {
+IdentifierList rememberedOr(IdentifierList remembered, IdentifierList otherwise) {
     return remembered.empty() ? otherwise : remembered;
 }
 

@@ -20,14 +20,14 @@ XMLDocument::Pointer ChangeListMemory::lastXMLDoc() {
     return lastXMLDoc_;
 }
 
-std::span<const std::string> ChangeListMemory::lastUUIDArray() {
+IdentifierList ChangeListMemory::lastUUIDArray() {
     const auto document = lastXMLDoc();
-    return document ? std::span(document->identifiers().uuids) : std::span<const std::string>();
+    return document ? IdentifierList(document->identifiers().uuids) : IdentifierList();
 }
 
-std::span<const std::string> ChangeListMemory::lastIDArray() {
+IdentifierList ChangeListMemory::lastIDArray() {
     const auto document = lastXMLDoc();
-    return document ? std::span(document->identifiers().ids) : std::span<const std::string>();
+    return document ? IdentifierList(document->identifiers().ids) : IdentifierList();
 }
 
 XMLDocument::Pointer ChangeListMemory::documentOf(const Path& file) const {

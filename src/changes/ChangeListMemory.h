@@ -20,8 +20,8 @@ class ChangeListMemory {
     const std::optional<Path>& lastXMLDocPath() const { return lastXMLDocPath_; }
     XMLDocument::Pointer lastXMLDoc();
     // That document's identifiers; empty ones count as not remembered.
-    std::span<const std::string> lastUUIDArray();
-    std::span<const std::string> lastIDArray();
+    IdentifierList lastUUIDArray();
+    IdentifierList lastIDArray();
 
     // The remembered document when it is what the file holds now; else null.
     XMLDocument::Pointer documentOf(const Path& file) const;

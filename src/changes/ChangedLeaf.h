@@ -9,18 +9,16 @@
 #include <string_view>
 #include <unordered_set>
 
-#include <pugixml.hpp>
-
 namespace larkspan {
 
 // An element that has changed its value.
 struct ChangedLeaf {
-    pugi::xml_node node;  // in the new document
+    TreeNode node;  // in the new document
     std::string_view nodeName;
     std::string_view nodeValue;  // the new one
-    pugi::xml_node nodeParent;
+    TreeNode nodeParent;
     std::string_view nodeParentName;
-    pugi::xml_node oldNode;
+    TreeNode oldNode;
     std::string_view oldValue;
 };
 

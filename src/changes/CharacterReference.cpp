@@ -66,6 +66,11 @@ std::optional<CharacterReference> readCharacterReference(std::string_view text) 
     return isHalf ? std::nullopt : reference;
 }
 
+std::optional<CharacterReference> readReference(std::string_view text) {
+    const auto entity = readEntity(text);
+    return entity ? entity : readCharacterReference(text);
+}
+
 std::optional<std::string> resolvingReferences(std::string_view text) {
     std::string resolved;
     while (!text.empty()) {

@@ -17,6 +17,9 @@ struct CharacterReference {
 // a character that there is not (0, halves of surrogate pairs, beyond U+10FFFF).
 std::optional<CharacterReference> readCharacterReference(std::string_view text);
 
+// That, or one of XML's five entities.
+std::optional<CharacterReference> readReference(std::string_view text);
+
 // The text with numeric references and XML's five entities resolved. Two references that stand for
 // the halves of a surrogate pair give the one character. Empty when an "&" begins no reference.
 std::optional<std::string> resolvingReferences(std::string_view text);

@@ -6,11 +6,10 @@
 
 namespace larkspan {
 
-bool DiffWalk::run(pugi::xml_node newNode, pugi::xml_node baseNode,
-                   const Cancellation& cancellation) {
+bool DiffWalk::run(TreeNode newNode, TreeNode baseNode, const Cancellation& cancellation) {
     new_ = newNode;
     base_ = baseNode;
-    while (xmltree::exists(new_)) {
+    while (new_) {
         if (cancellation.isWanted && cancellation.isWanted()) {
             ZBLog::appendLog("Change log generation was cancelled");
             if (cancellation.endProgress) cancellation.endProgress();
@@ -23,7 +22,7 @@ bool DiffWalk::run(pugi::xml_node newNode, pugi::xml_node baseNode,
 
 void DiffWalk::step() {
     const char* name = new_.name();
-    const bool areAlike = xmltree::exists(base_) && xmltree::areSame(base_.name(), name);
+    const bool areAlike = base_ && xmltree::areSame(base_.name(), name);
     if (dialect_.bookkeeping.contains(name)) {
         new_ = xmltree::following(new_);
         if (areAlike) base_ = xmltree::following(base_);
@@ -35,8 +34,7 @@ void DiffWalk::step() {
 }
 
 void DiffWalk::compareAlike() {
-    const bool holdNodes =
-        xmltree::exists(new_.first_child()) || xmltree::exists(base_.first_child());
+    const bool holdNodes = new_.firstChild() || base_.firstChild();
     // Most elements hold a text and nothing else, and most texts are as they were.
     if (!holdNodes && xmltree::areSame(new_.value(), base_.value())) {
         new_ = xmltree::following(new_);

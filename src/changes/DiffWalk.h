@@ -21,7 +21,7 @@ class DiffWalk {
           sentences_(sentences) {}
 
     // From those elements on to the end of the new document. False when it was cancelled.
-    bool run(pugi::xml_node newNode, pugi::xml_node baseNode, const Cancellation& cancellation);
+    bool run(TreeNode newNode, TreeNode baseNode, const Cancellation& cancellation);
 
   private:
     void step();
@@ -38,8 +38,8 @@ class DiffWalk {
     NodeFacts& facts_;
     SentenceList& sentences_;
 
-    pugi::xml_node new_;
-    pugi::xml_node base_;
+    TreeNode new_;
+    TreeNode base_;
     BaseRealignment realignment_;
     LeafValues values_;
 };

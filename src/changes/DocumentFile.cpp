@@ -1,6 +1,7 @@
 #include "changes/DocumentFile.h"
 
 #include "changes/Gzip.h"
+#include "platform/FileStreams.h"
 #include "platform/Files.h"
 #include "platform/Platform.h"
 
@@ -9,16 +10,33 @@
 namespace larkspan {
 namespace {
 
-// Several times what is compared at all, so that renditions of small projects never fail by it.
-constexpr size_t largestFile = size_t{512} * 1024 * 1024;
+// Smaller files are as well read at once.
+constexpr std::uint64_t smallestInPieces = std::uint64_t{1} << 20;
+
+// A large file as it is read piece by piece; null when it has to be read whole.
+XMLDocument::Pointer inPieces(const Path& file) {
+    auto& current = platform::Platform::current();
+    const auto info = current.files.info(file);
+    if (!info || info->size < smallestInPieces) return nullptr;
+    const auto stream = current.streams.openForReading(file);
+    if (!stream) return nullptr;
+    std::uint64_t position = 0;
+    return XMLDocument::readPieces([&](std::span<char> buffer) -> std::optional<size_t> {
+        const auto count = (*stream)->readAt(position, buffer);
+        if (!count) return std::nullopt;
+        position += *count;
+        return *count;
+    });
+}
 
 Result<std::string> bytesOf(const Path& file) {
-    return platform::Platform::current().files.readFile(file, largestFile);
+    return platform::Platform::current().files.readFile(file, XMLDocument::largestSize);
 }
 
 LoadedDocument loadProjectDocument(const Path& file) {
+    if (auto document = inPieces(file)) return document;
     Result<std::string> bytes = bytesOf(file);
-    if (bytes && isGzip(*bytes)) bytes = gunzipped(*bytes, largestFile);
+    if (bytes && isGzip(*bytes)) bytes = gunzipped(*bytes, XMLDocument::largestSize);
     if (!bytes) return bytes.error();
     return XMLDocument::read(std::move(*bytes));
 }
@@ -32,6 +50,7 @@ LoadedPair loadBoth(LoadedDocument (*load)(const Path&), const Path& newFile, co
 }  // namespace
 
 LoadedDocument loadDocument(const Path& file) {
+    if (auto document = inPieces(file)) return document;
     Result<std::string> bytes = bytesOf(file);
     if (!bytes) return bytes.error();
     return XMLDocument::read(std::move(*bytes));

@@ -6,8 +6,8 @@
 namespace larkspan {
 namespace {
 
-Sentence oneSentence(const Dialect& dialect, const ChangedLeaf& leaf,
-                     std::span<const std::string> withUUIDList, const Cancellation& cancellation) {
+Sentence oneSentence(const Dialect& dialect, const ChangedLeaf& leaf, IdentifierList withUUIDList,
+                     const Cancellation& cancellation) {
     if (cancellation.isWanted && cancellation.isWanted()) {
         if (cancellation.endProgress) cancellation.endProgress();
         return std::nullopt;
@@ -35,13 +35,12 @@ Sentence LeafSentences::aboutUnknown(const ChangedLeaf& leaf) {
     return sentence("%@ changed to %@", name, std::string(leaf.nodeValue));
 }
 
-Sentence changeStringFromFCPNode(const ChangedLeaf& leaf, std::span<const std::string> withUUIDList,
+Sentence changeStringFromFCPNode(const ChangedLeaf& leaf, IdentifierList withUUIDList,
                                  const Cancellation& cancellation) {
     return oneSentence(finalCutDialect(), leaf, withUUIDList, cancellation);
 }
 
-Sentence changeStringFromPremiereNode(const ChangedLeaf& leaf,
-                                      std::span<const std::string> withUUIDList,
+Sentence changeStringFromPremiereNode(const ChangedLeaf& leaf, IdentifierList withUUIDList,
                                       const Cancellation& cancellation) {
     return oneSentence(premiereDialect(), leaf, withUUIDList, cancellation);
 }

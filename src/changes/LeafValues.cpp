@@ -5,10 +5,10 @@
 namespace larkspan {
 namespace {
 
-pugi::xml_node endOfChain(pugi::xml_node node) {
+TreeNode endOfChain(TreeNode node) {
     while (true) {
-        const auto only = node.first_child();
-        if (!xmltree::isElement(only) || xmltree::exists(only.next_sibling())) return node;
+        const auto only = node.firstChild();
+        if (!only.isElement() || only.nextSibling()) return node;
         if (*node.value() != '\0') return node;
         node = only;
     }
@@ -16,7 +16,7 @@ pugi::xml_node endOfChain(pugi::xml_node node) {
 
 }  // namespace
 
-bool LeafValues::differ(pugi::xml_node newNode, pugi::xml_node oldNode) {
+bool LeafValues::differ(TreeNode newNode, TreeNode oldNode) {
     const auto newEnd = endOfChain(newNode);
     const auto oldEnd = endOfChain(oldNode);
     if (newEnd == newEnd_ && oldEnd == oldEnd_) return endsDiffer_;

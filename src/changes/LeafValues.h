@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
+#include "changes/TreeNode.h"
 
-#include <pugixml.hpp>
+#include <string>
 
 namespace larkspan {
 
@@ -10,15 +10,15 @@ namespace larkspan {
 // value of its end, which is read once and not for each of them.
 class LeafValues {
   public:
-    bool differ(pugi::xml_node newNode, pugi::xml_node oldNode);
+    bool differ(TreeNode newNode, TreeNode oldNode);
 
     // Of the nodes last found to differ; valid until the next comparison.
     const std::string& newValue() const { return newValue_; }
     const std::string& oldValue() const { return oldValue_; }
 
   private:
-    pugi::xml_node newEnd_;
-    pugi::xml_node oldEnd_;
+    TreeNode newEnd_;
+    TreeNode oldEnd_;
     bool endsDiffer_ = false;
     std::string newValue_;
     std::string oldValue_;

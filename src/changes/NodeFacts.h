@@ -2,12 +2,11 @@
 
 #include "changes/Sentence.h"
 #include "changes/Timecode.h"
+#include "changes/TreeNode.h"
 
 #include <string>
 #include <string_view>
 #include <unordered_map>
-
-#include <pugixml.hpp>
 
 namespace larkspan {
 
@@ -20,28 +19,28 @@ class NodeFacts {
         : otherNameElement_(otherNameElement) {}
 
     // Empty for a missing node.
-    Field name(pugi::xml_node node);
+    Field name(TreeNode node);
 
     // A timecode by the counting around the node.
-    std::string timecode(std::string_view frames, pugi::xml_node atNode);
+    std::string timecode(std::string_view frames, TreeNode atNode);
 
     // "video ", "audio " or "".
-    static std::string trackWord(pugi::xml_node node);
+    static std::string trackWord(TreeNode node);
     // "video", "audio" or nothing.
-    static Field bareTrackWord(pugi::xml_node node);
+    static Field bareTrackWord(TreeNode node);
     // Of a clip: "subclip", "freeze frame" or "clip".
-    static std::string kindWord(pugi::xml_node clip);
+    static std::string kindWord(TreeNode clip);
 
-    static bool isClip(pugi::xml_node node);
+    static bool isClip(TreeNode node);
     // The nearest clip or clip item above.
-    static pugi::xml_node clipAbove(pugi::xml_node node);
+    static TreeNode clipAbove(TreeNode node);
     // The nearest filter or effect above.
-    static pugi::xml_node filterAbove(pugi::xml_node node);
+    static TreeNode filterAbove(TreeNode node);
 
   private:
     std::string_view otherNameElement_;
     std::unordered_map<const void*, Field> names_;
-    pugi::xml_node countedSequence_;
+    TreeNode countedSequence_;
     FrameCounting counting_;
 };
 

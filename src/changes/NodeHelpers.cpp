@@ -6,19 +6,19 @@
 namespace larkspan {
 namespace {
 
-void appendHistory(std::vector<std::string>& history, pugi::xml_node itemHistory) {
+void appendHistory(std::vector<std::string>& history, TreeNode itemHistory) {
     std::string value = xmltree::stringValue(xmltree::child(itemHistory, "uuid"));
     if (!value.empty()) history.push_back(std::move(value));
 }
 
-bool isFirstHistory(pugi::xml_node node) {
+bool isFirstHistory(TreeNode node) {
     return xmltree::name(node) == "itemhistory" &&
            xmltree::child(node.parent(), "itemhistory") == node;
 }
 
 }  // namespace
 
-std::string typeOfNode(pugi::xml_node node) {
+std::string typeOfNode(TreeNode node) {
     const std::string_view name = xmltree::name(node);
     return withUpperFirst(lowercased(name == "clipitem" ? "clip" : name));
 }
@@ -28,7 +28,7 @@ std::optional<std::string> capitalizeFirstLetter(const std::optional<std::string
     return withUpperFirst(*text);
 }
 
-std::vector<std::string> uuidHistoryForNode(pugi::xml_node node) {
+std::vector<std::string> uuidHistoryForNode(TreeNode node) {
     using namespace xmltree;
     std::vector<std::string> history;
     if (const auto own = child(node, "itemhistory"); child(own, "uuid")) {
@@ -41,19 +41,19 @@ std::vector<std::string> uuidHistoryForNode(pugi::xml_node node) {
     return history;
 }
 
-BaseRealignment::BaseRealignment(pugi::xml_node baseNode)
+BaseRealignment::BaseRealignment(TreeNode baseNode)
     : baseNode_(baseNode),
       behindNode_(xmltree::following(baseNode)),
       behindParent_(xmltree::following(baseNode.parent())) {}
 
-pugi::xml_node BaseRealignment::nodeLike(pugi::xml_node newNode) const {
+TreeNode BaseRealignment::nodeLike(TreeNode newNode) const {
     for (const auto behind : {behindNode_, behindParent_}) {
         if (behind && xmltree::name(behind) == xmltree::name(newNode)) return behind;
     }
     return {};
 }
 
-pugi::xml_node nextBaseNode(pugi::xml_node baseNode, pugi::xml_node newNode) {
+TreeNode nextBaseNode(TreeNode baseNode, TreeNode newNode) {
     if (xmltree::name(baseNode) != xmltree::name(newNode)) {
         if (const auto behind = BaseRealignment(baseNode).nodeLike(newNode)) return behind;
     }

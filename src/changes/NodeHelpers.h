@@ -1,42 +1,42 @@
 #pragma once
 
+#include "changes/TreeNode.h"
+
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <pugixml.hpp>
 
 namespace larkspan {
 
 // The display word for an element's kind: its name with the case of its words set, "Clip" for a
 // clip item.
-std::string typeOfNode(pugi::xml_node node);
+std::string typeOfNode(TreeNode node);
 
 std::optional<std::string> capitalizeFirstLetter(const std::optional<std::string>& text);
 
 // The identifiers that an element had before, as its item history keeps them.
-std::vector<std::string> uuidHistoryForNode(pugi::xml_node node);
+std::vector<std::string> uuidHistoryForNode(TreeNode node);
 
 // The node of the old document from whose next one the walk goes on, when the new document has an
 // element that the old one has not: one that stands behind the base node and has the new node's
 // name, else the one before the base node, so that the walk stays where it is.
-pugi::xml_node nextBaseNode(pugi::xml_node baseNode, pugi::xml_node newNode);
+TreeNode nextBaseNode(TreeNode baseNode, TreeNode newNode);
 
 // What nextBaseNode looks at for one base node, looked up once: a walk that stays at a base node
 // asks for many new nodes.
 class BaseRealignment {
   public:
     BaseRealignment() = default;
-    explicit BaseRealignment(pugi::xml_node baseNode);
+    explicit BaseRealignment(TreeNode baseNode);
 
-    pugi::xml_node baseNode() const { return baseNode_; }
+    TreeNode baseNode() const { return baseNode_; }
     // The element with the new node's name behind the base node; none when the walk stays.
-    pugi::xml_node nodeLike(pugi::xml_node newNode) const;
+    TreeNode nodeLike(TreeNode newNode) const;
 
   private:
-    pugi::xml_node baseNode_;
-    pugi::xml_node behindNode_;
-    pugi::xml_node behindParent_;
+    TreeNode baseNode_;
+    TreeNode behindNode_;
+    TreeNode behindParent_;
 };
 
 }  // namespace larkspan

@@ -10,9 +10,9 @@ namespace {
 
 constexpr size_t mostRemembered = 10'000;
 
-size_t countFrom(pugi::xml_node first, size_t number, pugi::xml_node element) {
+size_t countFrom(TreeNode first, size_t number, TreeNode element) {
     const std::string_view name = xmltree::name(element);
-    for (auto node = first; node; node = node.next_sibling()) {
+    for (auto node = first; node; node = node.nextSibling()) {
         if (xmltree::name(node) == name) ++number;
         if (node == element) return number;
     }
@@ -21,9 +21,9 @@ size_t countFrom(pugi::xml_node first, size_t number, pugi::xml_node element) {
 
 }  // namespace
 
-std::string NodePaths::path(pugi::xml_node element) {
+std::string NodePaths::path(TreeNode element) {
     std::vector<std::string> steps;
-    for (auto node = element; xmltree::isElement(node); node = node.parent()) {
+    for (auto node = element; node.isElement(); node = node.parent()) {
         steps.push_back("/" + std::string(node.name()) + "[" +
                         std::to_string(numberAmongSiblings(node)) + "]");
     }
@@ -32,15 +32,15 @@ std::string NodePaths::path(pugi::xml_node element) {
     return path;
 }
 
-size_t NodePaths::numberAmongSiblings(pugi::xml_node element) {
+size_t NodePaths::numberAmongSiblings(TreeNode element) {
     if (counted_.size() > mostRemembered) counted_.clear();
     const auto parent = element.parent();
-    Counted& last = counted_[{parent.internal_object(), xmltree::name(element)}];
+    Counted& last = counted_[{parent.record(), xmltree::name(element)}];
     size_t number = last.element == element ? last.number : 0;
     if (number == 0 && last.element) {
-        number = countFrom(last.element.next_sibling(), last.number, element);
+        number = countFrom(last.element.nextSibling(), last.number, element);
     }
-    if (number == 0) number = countFrom(parent.first_child(), 0, element);
+    if (number == 0) number = countFrom(parent.firstChild(), 0, element);
     last = {element, number};
     return number;
 }

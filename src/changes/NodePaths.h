@@ -1,11 +1,11 @@
 #pragma once
 
+#include "changes/TreeNode.h"
+
 #include <map>
 #include <string>
 #include <string_view>
 #include <utility>
-
-#include <pugixml.hpp>
 
 namespace larkspan {
 
@@ -13,14 +13,14 @@ namespace larkspan {
 // order, it counts no siblings twice.
 class NodePaths {
   public:
-    std::string path(pugi::xml_node element);
+    std::string path(TreeNode element);
 
   private:
     struct Counted {
-        pugi::xml_node element;
+        TreeNode element;
         size_t number = 0;
     };
-    size_t numberAmongSiblings(pugi::xml_node element);
+    size_t numberAmongSiblings(TreeNode element);
 
     // By the parent and the name: the last one counted.
     std::map<std::pair<const void*, std::string_view>, Counted> counted_;

@@ -13,14 +13,6 @@ namespace {
 
 constexpr size_t none = std::string_view::npos;
 
-bool isKnownReference(std::string_view from) {
-    constexpr std::array<std::string_view, 5> entities = {"&amp;", "&lt;", "&gt;", "&quot;",
-                                                          "&apos;"};
-    const bool isEntity = std::any_of(entities.begin(), entities.end(),
-                                      [&](auto entity) { return from.starts_with(entity); });
-    return isEntity || readCharacterReference(from).has_value();
-}
-
 // Behind a document type that begins at `at`, with its internal subset.
 size_t behindDocumentType(std::string_view document, size_t at) {
     size_t brackets = 0;
@@ -67,7 +59,7 @@ bool referencesAreKnownOutsideLiterals(std::string_view document) {
     while ((at = document.find_first_of("<&", at)) != none) {
         if (document[at] == '<') {
             at = behindLiteral(document, at);
-        } else if (isKnownReference(document.substr(at))) {
+        } else if (readReference(document.substr(at))) {
             ++at;
         } else {
             return false;
@@ -93,7 +85,7 @@ size_t plainPrefix(std::string_view text) {
 
 bool referencesAreKnown(std::string_view document) {
     for (size_t at = document.find('&'); at != none; at = document.find('&', at + 1)) {
-        if (!isKnownReference(document.substr(at))) {
+        if (!readReference(document.substr(at))) {
             return referencesAreKnownOutsideLiterals(document);
         }
     }

@@ -12,7 +12,7 @@
 namespace larkspan {
 namespace {
 
-pugi::xml_node nearest(pugi::xml_node node, std::string_view one, std::string_view other) {
+TreeNode nearest(TreeNode node, std::string_view one, std::string_view other) {
     node = node.parent();
     while (node && xmltree::name(node) != one && xmltree::name(node) != other) node = node.parent();
     return node;
@@ -20,7 +20,7 @@ pugi::xml_node nearest(pugi::xml_node node, std::string_view one, std::string_vi
 
 // The clip that a leaf belongs to, and what it is called.
 struct ClipOfLeaf {
-    pugi::xml_node clip;
+    TreeNode clip;
     Field word;  // "video" or "audio"
     Field name;
 };
@@ -31,7 +31,7 @@ ClipOfLeaf clipAround(const ChangedLeaf& leaf, RuleContext& context) {
         return {clip, isAudio ? "audio" : "video", context.subClips.nameForClip(clip)};
     }
     if (const auto item = nearest(leaf.node, "ClipTrackItem", "AudioClipTrackItem")) {
-        const bool isAudio = !xmltree::ancestor(leaf.node, "AudioClipTrackItem").empty();
+        const bool isAudio = static_cast<bool>(xmltree::ancestor(leaf.node, "AudioClipTrackItem"));
         return {item, isAudio ? "audio" : "video", context.subClips.nameForTrackItem(item)};
     }
     if (leaf.nodeParentName != "Clip") return {};

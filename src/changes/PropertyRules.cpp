@@ -13,7 +13,7 @@ Field text(std::string_view of) {
 }
 
 // The element whose property a leaf is: the nearest one that has properties at all.
-pugi::xml_node ownerOf(const ChangedLeaf& leaf) {
+TreeNode ownerOf(const ChangedLeaf& leaf) {
     static const NameSet owners{"sequence",       "clip",      "clipitem", "generatoritem",
                                 "transitionitem", "multiclip", "marker",   "effect"};
     auto node = leaf.nodeParent;
@@ -21,12 +21,12 @@ pugi::xml_node ownerOf(const ChangedLeaf& leaf) {
     return node;
 }
 
-bool isSequence(pugi::xml_node node) {
+bool isSequence(TreeNode node) {
     return xmltree::name(node) == "sequence";
 }
 
 // "Clip", "Freeze frame" or "Subclip".
-Field capitalKind(pugi::xml_node clip) {
+Field capitalKind(TreeNode clip) {
     return withUpperFirst(NodeFacts::kindWord(clip));
 }
 

@@ -14,14 +14,13 @@
 namespace larkspan {
 namespace {
 
-using Index = std::unordered_map<std::string_view, pugi::xml_node>;
+using Index = std::unordered_map<std::string_view, TreeNode>;
 
-std::vector<const std::string*> missing(std::span<const std::string> oldList,
-                                        std::span<const std::string> newList) {
+std::vector<std::string_view> missing(IdentifierList oldList, IdentifierList newList) {
     const IdentifierSet kept(newList.begin(), newList.end());
-    std::vector<const std::string*> removed;
-    for (const std::string& identifier : oldList) {
-        if (!kept.contains(identifier)) removed.push_back(&identifier);
+    std::vector<std::string_view> removed;
+    for (const std::string_view identifier : oldList) {
+        if (!kept.contains(identifier)) removed.push_back(identifier);
     }
     return removed;
 }
@@ -29,10 +28,10 @@ std::vector<const std::string*> missing(std::span<const std::string> oldList,
 // The first element for each text that stands in a `uuid`, and for each `id`.
 Index uuidIndex(const XMLDocument& document) {
     Index index;
-    for (const pugi::xml_node element : document.uuidElements()) {
+    for (const TreeNode element : document.uuidElements()) {
         if (*element.value() != '\0') index.try_emplace(element.value(), element);
-        for (const pugi::xml_node text : element.children()) {
-            if (xmltree::isText(text)) index.try_emplace(text.value(), element);
+        for (const TreeNode text : element.children()) {
+            if (text.isText()) index.try_emplace(text.value(), element);
         }
     }
     return index;
@@ -46,8 +45,8 @@ Index idIndex(const XMLDocument& document) {
 }
 
 // What a query for an identifier in double quotes asks for; empty when that is no query.
-std::optional<std::string> askedFor(const std::string& identifier) {
-    if (identifier.find('"') != std::string::npos) return std::nullopt;
+std::optional<std::string> askedFor(std::string_view identifier) {
+    if (identifier.find('"') != std::string_view::npos) return std::nullopt;
     return resolvingReferences(ZBXMLParser::escapeQueryString(identifier));
 }
 
@@ -58,12 +57,12 @@ class RemovalPass {
     // `element` gives what was removed for what the index holds; `reportUnaskable` takes the
     // description of an identifier that cannot be asked for.
     template <class Element, class Report>
-    void add(const std::vector<const std::string*>& removed, const Index& index,
+    void add(const std::vector<std::string_view>& removed, const Index& index,
              Report reportUnaskable, Element element) {
-        for (const std::string* identifier : removed) {
-            const auto wanted = askedFor(*identifier);
+        for (const std::string_view identifier : removed) {
+            const auto wanted = askedFor(identifier);
             if (!wanted) {
-                reportUnaskable("no query can ask for " + cutForShowing(*identifier));
+                reportUnaskable("no query can ask for " + cutForShowing(identifier));
                 continue;
             }
             const auto found = index.find(*wanted);
@@ -72,7 +71,7 @@ class RemovalPass {
     }
 
   private:
-    void addSentence(pugi::xml_node element) {
+    void addSentence(TreeNode element) {
         if (!element) return;
         sentences_.add(sentence("%@ %@ removed", typeOfNode(element), facts_.name(element)));
     }
@@ -81,9 +80,9 @@ class RemovalPass {
     SentenceList& sentences_;
 };
 
-pugi::xml_node identifiedElement(pugi::xml_node uuid) {
+TreeNode identifiedElement(TreeNode uuid) {
     const auto element = uuid.parent();
-    return xmltree::name(element) == "itemhistory" ? pugi::xml_node() : element;
+    return xmltree::name(element) == "itemhistory" ? TreeNode() : element;
 }
 
 }  // namespace
@@ -100,7 +99,7 @@ void addRemovals(const XMLDocument& baseDoc, const ComparedLists& lists, NodeFac
         pass.add(
             removed, idIndex(baseDoc),
             [](const std::string& why) { reportToConsole("err2: %@", why); },
-            [](pugi::xml_node owner) { return owner; });
+            [](TreeNode owner) { return owner; });
     }
 }
 

@@ -6,12 +6,12 @@
 namespace larkspan {
 namespace {
 
-Field attribute(pugi::xml_node node, const char* name) {
+Field attribute(TreeNode node, const char* name) {
     const auto found = node.attribute(name);
     return found ? Field(found.value()) : std::nullopt;
 }
 
-Field nameOf(pugi::xml_node subClip) {
+Field nameOf(TreeNode subClip) {
     const auto name = xmltree::childText(subClip, "Name");
     if (!name) return std::nullopt;
     reportToConsole("subclip: %@", cutForShowing(*name));
@@ -20,11 +20,11 @@ Field nameOf(pugi::xml_node subClip) {
 
 }  // namespace
 
-SubClips::Key SubClips::key(pugi::xml_node parent, const std::string& objectID) {
-    return {parent.internal_object(), objectID};
+SubClips::Key SubClips::key(TreeNode parent, const std::string& objectID) {
+    return {parent.record(), objectID};
 }
 
-void SubClips::lookThrough(pugi::xml_node document) {
+void SubClips::lookThrough(TreeNode document) {
     if (isFilled_) return;
     isFilled_ = true;
     for (auto node = xmltree::firstElement(document); node; node = xmltree::next(node)) {
@@ -32,27 +32,28 @@ void SubClips::lookThrough(pugi::xml_node document) {
         if (const auto id = attribute(node, "ObjectID")) {
             byObjectID_.try_emplace(key(node.parent(), *id), node);
         }
-        for (const pugi::xml_node clip : node.children("Clip")) {
+        for (const TreeNode clip : node.children()) {
+            if (xmltree::name(clip) != "Clip") continue;
             const auto reference = attribute(clip, "ObjectRef");
             if (reference) byClip_.try_emplace(key(node.parent(), *reference), node);
         }
     }
 }
 
-Field SubClips::nameForClip(pugi::xml_node clip) {
+Field SubClips::nameForClip(TreeNode clip) {
     reportToConsole("parenttype: %@", clip.name());
     const auto id = attribute(clip, "ObjectID");
     if (!id) return std::nullopt;
-    lookThrough(clip.root());
+    lookThrough(clip.document());
     const auto found = byClip_.find(key(clip.parent(), *id));
     return found == byClip_.end() ? std::nullopt : nameOf(found->second);
 }
 
-Field SubClips::nameForTrackItem(pugi::xml_node item) {
+Field SubClips::nameForTrackItem(TreeNode item) {
     const auto id = attribute(xmltree::child(item, "SubClip"), "ObjectRef");
     if (!id) return std::nullopt;
     reportToConsole("subclip id: %@", cutForShowing(*id));
-    lookThrough(item.root());
+    lookThrough(item.document());
     for (auto parent = item.parent(); parent; parent = parent.parent()) {
         const auto found = byObjectID_.find(key(parent, *id));
         if (found != byObjectID_.end()) return nameOf(found->second);

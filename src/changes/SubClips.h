@@ -1,12 +1,11 @@
 #pragma once
 
 #include "changes/Sentence.h"
+#include "changes/TreeNode.h"
 
 #include <map>
 #include <string>
 #include <utility>
-
-#include <pugixml.hpp>
 
 namespace larkspan {
 
@@ -15,19 +14,19 @@ namespace larkspan {
 class SubClips {
   public:
     // The name of the subclip beside an "AudioClip" or "VideoClip" that refers to that clip.
-    Field nameForClip(pugi::xml_node clip);
+    Field nameForClip(TreeNode clip);
     // The name of the subclip that a track item refers to.
-    Field nameForTrackItem(pugi::xml_node item);
+    Field nameForTrackItem(TreeNode item);
 
   private:
     // An object of that identifier (or a reference to it) below that parent.
     using Key = std::pair<const void*, std::string>;
-    static Key key(pugi::xml_node parent, const std::string& objectID);
-    void lookThrough(pugi::xml_node document);
+    static Key key(TreeNode parent, const std::string& objectID);
+    void lookThrough(TreeNode document);
 
     bool isFilled_ = false;
-    std::map<Key, pugi::xml_node> byObjectID_;
-    std::map<Key, pugi::xml_node> byClip_;
+    std::map<Key, TreeNode> byObjectID_;
+    std::map<Key, TreeNode> byClip_;
 };
 
 }  // namespace larkspan

@@ -21,7 +21,7 @@ long bounded(long frames) {
 
 }  // namespace
 
-FrameCounting frameCountingAround(pugi::xml_node node) {
+FrameCounting frameCountingAround(TreeNode node) {
     using namespace xmltree;
     FrameCounting counting;
     const auto sequence = ancestor(node, "sequence");
@@ -37,7 +37,7 @@ FrameCounting frameCountingAround(pugi::xml_node node) {
     return counting;
 }
 
-std::string timecodeFromFrames(std::string_view frames, pugi::xml_node withNode) {
+std::string timecodeFromFrames(std::string_view frames, TreeNode withNode) {
     return timecodeFromFrames(frames, frameCountingAround(withNode));
 }
 
@@ -57,7 +57,7 @@ std::string timecodeFromFrames(std::string_view frames, const FrameCounting& cou
     return text.data();
 }
 
-std::optional<std::string> startTimeForNode(pugi::xml_node node) {
+std::optional<std::string> startTimeForNode(TreeNode node) {
     auto frames = xmltree::childText(node, "start");
     if (!frames) frames = xmltree::childText(node, "in");
     if (!frames) frames = xmltree::descendantText(node, "start");

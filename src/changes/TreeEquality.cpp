@@ -6,17 +6,19 @@
 namespace larkspan {
 namespace {
 
-bool haveEqualAttributes(pugi::xml_node one, pugi::xml_node other) {
-    auto left = one.first_attribute();
-    auto right = other.first_attribute();
+bool haveEqualAttributes(TreeNode one, TreeNode other) {
+    const auto ones = one.attributes();
+    const auto others = other.attributes();
+    if (ones.size() != others.size()) return false;
     bool inSameOrder = true;
-    for (; left && right; left = left.next_attribute(), right = right.next_attribute()) {
-        inSameOrder = inSameOrder && std::string_view(left.name()) == right.name() &&
-                      std::string_view(left.value()) == right.value();
+    auto right = others.begin();
+    for (const TreeAttribute left : ones) {
+        inSameOrder = inSameOrder && xmltree::areSame(left.name(), (*right).name()) &&
+                      xmltree::areSame(left.value(), (*right).value());
+        ++right;
     }
-    if (left || right) return false;
     if (inSameOrder) return true;
-    for (const pugi::xml_attribute attribute : one.attributes()) {
+    for (const TreeAttribute attribute : ones) {
         const auto same = other.attribute(attribute.name());
         if (!same || std::string_view(same.value()) != attribute.value()) return false;
     }
@@ -25,25 +27,25 @@ bool haveEqualAttributes(pugi::xml_node one, pugi::xml_node other) {
 
 // A run of neighbouring texts, from `first` on, put together with what stands before it; `first`
 // becomes the node behind the run.
-std::string gatheredText(std::string_view before, pugi::xml_node& first) {
+std::string gatheredText(std::string_view before, TreeNode& first) {
     std::string text(before);
-    for (; xmltree::isText(first); first = first.next_sibling()) text += first.value();
+    for (; first.isText(); first = first.nextSibling()) text += first.value();
     return text;
 }
 
 // Both at the same place of their documents, from which they go on together.
 class Cursors {
   public:
-    Cursors(pugi::xml_node one, pugi::xml_node other) : one_(one), other_(other) {}
+    Cursors(TreeNode one, TreeNode other) : one_(one), other_(other) {}
 
     bool isAtEnd() const { return isAtEnd_; }
 
     // Compares the nodes themselves and steps to what comes next in both. False when the documents
     // differ here.
     bool compareAndStep() {
-        if (one_.type() != other_.type()) return false;
-        if (std::string_view(one_.name()) != other_.name()) return false;
-        if (!xmltree::isElement(one_) && one_.type() != pugi::node_document) {
+        if (one_.kind() != other_.kind()) return false;
+        if (!xmltree::areSame(one_.name(), other_.name())) return false;
+        if (!one_.isElement() && !one_.isDocument()) {
             if (std::string_view(one_.value()) != other_.value()) return false;
         } else if (!haveEqualAttributes(one_, other_)) {
             return false;
@@ -54,9 +56,9 @@ class Cursors {
   private:
     // To the first children, past the texts before them, which must be equal.
     bool enterBoth() {
-        auto left = one_.first_child();
-        auto right = other_.first_child();
-        const bool isElement = xmltree::isElement(one_);
+        auto left = one_.firstChild();
+        auto right = other_.firstChild();
+        const bool isElement = one_.isElement();
         if (!passTexts(isElement ? one_.value() : "", left, isElement ? other_.value() : "",
                        right)) {
             return false;
@@ -64,22 +66,22 @@ class Cursors {
         return settle(left, right);
     }
 
-    static bool passTexts(std::string_view before, pugi::xml_node& left,
-                          std::string_view otherBefore, pugi::xml_node& right) {
-        if (!xmltree::isText(left) && !xmltree::isText(right)) return before == otherBefore;
+    static bool passTexts(std::string_view before, TreeNode& left, std::string_view otherBefore,
+                          TreeNode& right) {
+        if (!left.isText() && !right.isText()) return before == otherBefore;
         return gatheredText(before, left) == gatheredText(otherBefore, right);
     }
 
     // Stands at the given nodes or, where both are missing, behind the nearest parents that have
     // something behind them.
-    bool settle(pugi::xml_node left, pugi::xml_node right) {
+    bool settle(TreeNode left, TreeNode right) {
         while (!left && !right) {
-            if (one_.type() == pugi::node_document) {
+            if (one_.isDocument()) {
                 isAtEnd_ = true;
                 return true;
             }
-            left = one_.next_sibling();
-            right = other_.next_sibling();
+            left = one_.nextSibling();
+            right = other_.nextSibling();
             one_ = one_.parent();
             other_ = other_.parent();
             if (!passTexts("", left, "", right)) return false;
@@ -90,8 +92,8 @@ class Cursors {
         return true;
     }
 
-    pugi::xml_node one_;
-    pugi::xml_node other_;
+    TreeNode one_;
+    TreeNode other_;
     bool isAtEnd_ = false;
 };
 

@@ -1,23 +1,27 @@
 #pragma once
 
+#include "changes/LibraryReader.h"
+#include "changes/NodeTable.h"
+#include "changes/TextWindow.h"
 #include "changes/XMLTree.h"
 #include "foundation/Result.h"
 
+#include <deque>
 #include <memory>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace larkspan {
 
 // The identifiers of a document in document order, repeats kept: the string value of every `uuid`
-// element, the value of every `id` attribute.
+// element, the value of every `id` attribute. They live as long as the document.
+using IdentifierList = std::span<const std::string_view>;
 struct IdentifierLists {
-    std::vector<std::string> uuids;
-    std::vector<std::string> ids;
+    std::vector<std::string_view> uuids;
+    std::vector<std::string_view> ids;
 };
-
-// Of errors that say why bytes are no document.
-inline constexpr const char* xmlDocumentErrorDomain = "XMLDocumentErrorDomain";
 
 // A parsed XML document, which never changes. White-space-only text is not part of it. Owned by who
 // holds the pointer; nodes live as long. Read by any number of threads.
@@ -31,39 +35,44 @@ class XMLDocument {
     // `deepestLevel`.
     static Result<Pointer> read(std::string bytes);
 
+    // The same from a text that comes in pieces, for what most documents are (see PlainReader.h).
+    // Null when `read` is to decide.
+    static Pointer readPieces(PieceSource pieces);
+
     // Real documents nest to 26 levels. A bound keeps every look at what stands above an element
     // cheap.
     static constexpr size_t deepestLevel = 1000;
+    // Several times what is compared at all, and within what the numbers of a node can count.
+    static constexpr size_t largestSize = size_t{512} * 1024 * 1024;
 
     XMLDocument(const XMLDocument&) = delete;
     XMLDocument& operator=(const XMLDocument&) = delete;
     ~XMLDocument() = default;
 
     // The document itself, above the root, and its root element.
-    pugi::xml_node top() const { return tree_; }
-    pugi::xml_node root() const { return tree_.document_element(); }
+    TreeNode top() const { return {nodes_, nodes_.record(0)}; }
+    TreeNode root() const { return xmltree::firstElement(top()); }
 
     const IdentifierLists& identifiers() const { return identifiers_; }
     // The elements that the entries of those lists belong to.
-    const std::vector<pugi::xml_node>& uuidElements() const { return uuidElements_; }
-    const std::vector<pugi::xml_node>& idOwners() const { return idOwners_; }
+    const std::vector<TreeNode>& uuidElements() const { return uuidElements_; }
+    const std::vector<TreeNode>& idOwners() const { return idOwners_; }
     // The `marker` elements in document order.
-    const std::vector<pugi::xml_node>& markers() const { return markers_; }
+    const std::vector<TreeNode>& markers() const { return markers_; }
 
   private:
-    explicit XMLDocument(std::string bytes) : bytes_(std::move(bytes)) {}
+    XMLDocument() = default;
 
-    std::optional<Error> parse();
-    std::optional<Error> checkTop() const;
-    std::optional<Error> lookThrough();
-    void take(pugi::xml_node element);
+    void gatherIdentifiers();
+    void takeUUID(TreeNode element);
+    void takeId(TreeNode element);
 
-    std::string bytes_;  // the tree points into them
-    pugi::xml_document tree_;
+    NodeTable nodes_;
     IdentifierLists identifiers_;
-    std::vector<pugi::xml_node> uuidElements_;
-    std::vector<pugi::xml_node> idOwners_;
-    std::vector<pugi::xml_node> markers_;
+    std::deque<std::string> joined_;  // identifiers that stand in several pieces
+    std::vector<TreeNode> uuidElements_;
+    std::vector<TreeNode> idOwners_;
+    std::vector<TreeNode> markers_;
 };
 
 }  // namespace larkspan

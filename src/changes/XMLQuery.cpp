@@ -1,14 +1,13 @@
 #include "changes/XMLQuery.h"
 
 #include "changes/CharacterReference.h"
+#include "changes/QueryTree.h"
 #include "changes/XMLTree.h"
 
 #include <optional>
 
 namespace larkspan {
 namespace {
-
-constexpr std::string_view textStep = "text()";
 
 Error queryError(std::string description) {
     return {"XMLQueryErrorDomain", 1, std::move(description)};
@@ -22,9 +21,7 @@ std::optional<std::string> quoted(const std::string& text) {
     return std::nullopt;
 }
 
-// A query in the library's own terms: literals without references; "text()" in predicates reads an
-// element without elements in it, since the library does not see the text that an element begins
-// with as a node.
+// A query in the library's own terms: literals without references.
 Result<std::string> translated(std::string_view query) {
     std::string result;
     while (!query.empty()) {
@@ -37,9 +34,6 @@ Result<std::string> translated(std::string_view query) {
             if (!literal) return queryError("A string literal cannot be read.");
             result += *literal;
             query.remove_prefix(end + 1);
-        } else if (query.starts_with(textStep)) {
-            result += "self::node()[not(*)]";
-            query.remove_prefix(textStep.size());
         } else {
             result += c;
             query.remove_prefix(1);
@@ -48,16 +42,32 @@ Result<std::string> translated(std::string_view query) {
     return result;
 }
 
-void appendTexts(std::vector<XMLNode>& found, pugi::xml_node element) {
-    if (!xmltree::isElement(element)) return;
-    const auto add = [&](const char* text) {
-        if (*text == '\0') return;
-        found.push_back({XMLNode::Kind::text, element, {}, text});
-    };
-    add(element.value());
-    for (const pugi::xml_node node : element.children()) {
-        if (xmltree::isText(node)) add(node.value());
+TreeAttribute attributeOf(const QueryTree& tree, TreeNode owner, pugi::xml_attribute sought) {
+    size_t at = 0;
+    for (const pugi::xml_attribute each : tree.nodeOf(owner.record()).attributes()) {
+        if (each == sought) return owner.attributes()[at];
+        ++at;
     }
+    return {};
+}
+
+XMLNode foundNode(const QueryTree& tree, const NodeTable& table, const pugi::xpath_node& hit) {
+    const auto nodeFor = [&](pugi::xml_node node) {
+        const NodeRecord* record = tree.recordOf(node);
+        return record ? TreeNode(table, record) : TreeNode();
+    };
+    if (hit.attribute()) {
+        const TreeNode owner = nodeFor(hit.parent());
+        return {XMLNode::Kind::attribute, owner, attributeOf(tree, owner, hit.attribute())};
+    }
+    const TreeNode node = nodeFor(hit.node());
+    // The text that an element begins with is the element's value.
+    if (!node) {
+        const TreeNode owner = nodeFor(hit.node().parent());
+        return {XMLNode::Kind::text, owner, {}, owner.value()};
+    }
+    if (node.isText()) return {XMLNode::Kind::text, node.parent(), {}, node.value()};
+    return {XMLNode::Kind::element, node, {}};
 }
 
 }  // namespace
@@ -74,25 +84,20 @@ std::string XMLNode::stringValue() const {
     return xmltree::stringValue(node);
 }
 
-Result<std::vector<XMLNode>> runQuery(std::string_view query, pugi::xml_node node) {
-    const bool asksForTexts = query.ends_with(textStep);
-    if (asksForTexts) query.remove_suffix(textStep.size());
-    auto translation = translated(query);
+Result<std::vector<XMLNode>> runQuery(std::string_view query, TreeNode node) {
+    const auto translation = translated(query);
     if (!translation) return translation.error();
-    if (asksForTexts) *translation += ".";
     std::vector<XMLNode> found;
     try {
         const pugi::xpath_query compiled(translation->c_str());
-        pugi::xpath_node_set nodes = compiled.evaluate_node_set(node);
-        nodes.sort();
-        for (const pugi::xpath_node& hit : nodes) {
-            if (asksForTexts) {
-                appendTexts(found, hit.node());
-            } else if (hit.attribute()) {
-                found.push_back({XMLNode::Kind::attribute, hit.parent(), hit.attribute()});
-            } else {
-                found.push_back({XMLNode::Kind::element, hit.node(), {}});
-            }
+        if (!node) return found;
+        const QueryTree& tree = node.table().queryTree();
+        pugi::xpath_node_set hits = compiled.evaluate_node_set(tree.nodeOf(node.record()));
+        hits.sort();
+        for (const pugi::xpath_node& hit : hits) {
+            XMLNode each = foundNode(tree, node.table(), hit);
+            const bool isEmptyText = each.kind == XMLNode::Kind::text && *each.text == '\0';
+            if (!isEmptyText) found.push_back(each);
         }
     } catch (const pugi::xpath_exception& exception) {
         return queryError(exception.what());

@@ -18,7 +18,7 @@ std::optional<std::string> resolved(const std::optional<std::string_view>& text)
     return withPercentEscapesResolved(*text);
 }
 
-std::optional<std::string_view> textOf(pugi::xml_node node, std::string_view element,
+std::optional<std::string_view> textOf(TreeNode node, std::string_view element,
                                        ImmediateChildOnly immediateChildOnly) {
     const auto text = xmltree::childText(node, element);
     if (text || immediateChildOnly == ImmediateChildOnly::yes) return text;
@@ -31,7 +31,7 @@ std::vector<XMLNode> logged(Result<std::vector<XMLNode>> found) {
     return {};
 }
 
-Result<std::vector<XMLNode>> run(std::string_view query, pugi::xml_node node) {
+Result<std::vector<XMLNode>> run(std::string_view query, TreeNode node) {
     return runQuery(ZBXMLParser::escapeQueryString(query), node);
 }
 
@@ -47,16 +47,15 @@ void appendReferences(std::string& out, char32_t character) {
     appendReference(out, 0xDC00 + ((character - firstOfPairs) & 0x3FF));
 }
 
-bool liesInTransition(pugi::xml_node item, std::string_view edge) {
+bool liesInTransition(TreeNode item, std::string_view edge) {
     return xmltree::childText(item, edge) == "-1";
 }
 
 // Walks from a clip over its siblings to one side for as long as transitions join them. `inner` is
 // the edge of the clip on that side, `outer` the edge that a neighbour must have in a transition.
 // Gives the last edge that was met.
-std::string_view gatherJoined(pugi::xml_node clip, std::string_view inner, std::string_view outer,
-                              pugi::xml_node (*neighbour)(pugi::xml_node),
-                              std::vector<pugi::xml_node>& joined) {
+std::string_view gatherJoined(TreeNode clip, std::string_view inner, std::string_view outer,
+                              TreeNode (*neighbour)(TreeNode), std::vector<TreeNode>& joined) {
     std::string_view edge = xmltree::childText(clip, inner).value_or("");
     if (edge != "-1") return edge;
     for (auto item = neighbour(clip); item; item = neighbour(item)) {
@@ -96,7 +95,7 @@ std::string ZBXMLParser::escapeQueryString(std::string_view query) {
 }
 
 std::optional<std::vector<std::string>> ZBXMLParser::stringValuesForQuery(std::string_view query,
-                                                                          pugi::xml_node node) {
+                                                                          TreeNode node) {
     const auto found = run(query, node);
     if (!found || found->empty()) return std::nullopt;
     std::vector<std::string> values;
@@ -105,22 +104,22 @@ std::optional<std::vector<std::string>> ZBXMLParser::stringValuesForQuery(std::s
 }
 
 std::optional<std::string> ZBXMLParser::stringValueForQuery(std::string_view query,
-                                                            pugi::xml_node inElement) {
+                                                            TreeNode inElement) {
     const auto found = run(query, inElement);
     if (!found || found->empty()) return std::nullopt;
     return found->front().stringValue();
 }
 
-std::vector<XMLNode> ZBXMLParser::nodesForQuery(std::string_view query, pugi::xml_node inElement) {
+std::vector<XMLNode> ZBXMLParser::nodesForQuery(std::string_view query, TreeNode inElement) {
     return logged(run(query, inElement));
 }
 
-XMLNode ZBXMLParser::nodeForQuery(std::string_view query, pugi::xml_node inElement) {
+XMLNode ZBXMLParser::nodeForQuery(std::string_view query, TreeNode inElement) {
     const auto found = nodesForQuery(query, inElement);
     return found.empty() ? XMLNode() : found.front();
 }
 
-std::vector<XMLNode> ZBXMLParser::nodesFromQueries(pugi::xml_node node,
+std::vector<XMLNode> ZBXMLParser::nodesFromQueries(TreeNode node,
                                                    std::span<const std::string> queries) {
     std::vector<XMLNode> all;
     for (const std::string& query : queries) {
@@ -131,36 +130,36 @@ std::vector<XMLNode> ZBXMLParser::nodesFromQueries(pugi::xml_node node,
     return all;
 }
 
-std::vector<XMLNode> ZBXMLParser::queryNodes(std::span<const pugi::xml_node> nodes,
+std::vector<XMLNode> ZBXMLParser::queryNodes(std::span<const TreeNode> nodes,
                                              std::string_view withXPath) {
     std::vector<XMLNode> all;
-    for (const pugi::xml_node node : nodes) {
+    for (const TreeNode node : nodes) {
         const auto found = run(withXPath, node);
         if (found) all.insert(all.end(), found->begin(), found->end());
     }
     return all;
 }
 
-std::optional<std::string> ZBXMLParser::nameForNode(pugi::xml_node node,
+std::optional<std::string> ZBXMLParser::nameForNode(TreeNode node,
                                                     ImmediateChildOnly immediateChildOnly) {
     if (auto name = resolved(textOf(node, "name", immediateChildOnly))) return name;
     if (immediateChildOnly == ImmediateChildOnly::yes) return std::nullopt;
     return idAttributeForNode(node);
 }
 
-std::optional<std::string> ZBXMLParser::uuidForNode(pugi::xml_node node,
+std::optional<std::string> ZBXMLParser::uuidForNode(TreeNode node,
                                                     ImmediateChildOnly immediateChildOnly) {
     return resolved(textOf(node, "uuid", immediateChildOnly));
 }
 
-std::optional<std::string> ZBXMLParser::idAttributeForNode(pugi::xml_node node) {
+std::optional<std::string> ZBXMLParser::idAttributeForNode(TreeNode node) {
     const auto attribute = node.attribute("id");
     if (!attribute) return std::nullopt;
     return withPercentEscapesResolved(attribute.value());
 }
 
-pugi::xml_node ZBXMLParser::parentWithName(pugi::xml_node node, std::string_view name,
-                                           std::span<const std::string_view> limits) {
+TreeNode ZBXMLParser::parentWithName(TreeNode node, std::string_view name,
+                                     std::span<const std::string_view> limits) {
     for (node = node.parent(); node; node = node.parent()) {
         if (std::find(limits.begin(), limits.end(), xmltree::name(node)) != limits.end()) return {};
         if (xmltree::name(node) == name) return node;
@@ -168,7 +167,7 @@ pugi::xml_node ZBXMLParser::parentWithName(pugi::xml_node node, std::string_view
     return {};
 }
 
-pugi::xml_node ZBXMLParser::nextSiblingForNode(pugi::xml_node node) {
+TreeNode ZBXMLParser::nextSiblingForNode(TreeNode node) {
     return xmltree::following(node);
 }
 
@@ -184,7 +183,7 @@ std::optional<std::string> ZBXMLParser::filenameFromPathURLString(
     return resolvingPercentEscapes(path, EscapedBytes::any).value_or(std::string(path));
 }
 
-ZBXMLParser::AffectedNodes ZBXMLParser::affectedNodesForClip(pugi::xml_node clip) {
+ZBXMLParser::AffectedNodes ZBXMLParser::affectedNodesForClip(TreeNode clip) {
     AffectedNodes affected;
     const auto start =
         gatherJoined(clip, "start", "end", xmltree::previousElementSibling, affected.nodes);

@@ -316,7 +316,7 @@ TEST_F(FinalCutSentencesTest, ASequenceThatTheNewListsDoNotKnowIsAdded) {
                            .nodeParentName = "sequence",
                            .oldNode = node,
                            .oldValue = "A"};
-    const std::vector<std::string> uuids{"S"};
+    const std::vector<std::string_view> uuids{"S"};
     EXPECT_EQ(changeStringFromFCPNode(leaf, {}), "Sequence added: B");
     EXPECT_EQ(changeStringFromFCPNode(leaf, uuids), "Sequence name changed to B");
     bool ended = false;

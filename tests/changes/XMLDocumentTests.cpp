@@ -128,7 +128,7 @@ TEST(XMLTreeTest, CountsChildrenOfEveryKind) {
 TEST(XMLTreeTest, GoesForwardAndBackThroughAllElements) {
     const auto document = parsed("<a><b><c/>text<d><e/></d></b><!-- x --><f/><g><h/></g></a>");
     std::string order;
-    pugi::xml_node last;
+    TreeNode last;
     for (auto node = document->root(); node; node = xmltree::next(node)) {
         EXPECT_EQ(xmltree::previous(node), last) << node.name();
         order += node.name();

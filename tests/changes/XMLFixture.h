@@ -16,7 +16,7 @@ inline XMLDocument::Pointer parsed(const std::string& text) {
 }
 
 // The first element of a name in a document.
-inline pugi::xml_node firstNamed(const XMLDocument::Pointer& document, std::string_view name) {
+inline TreeNode firstNamed(const XMLDocument::Pointer& document, std::string_view name) {
     return xmltree::name(document->root()) == name ? document->root()
                                                    : xmltree::descendant(document->top(), name);
 }

@@ -1,5 +1,6 @@
 #include "platform/linux/LinuxPlatform.h"
 
+#include "platform/linux/LargeMemory.h"
 #include "platform/linux/LinuxAlerts.h"
 #include "platform/linux/LinuxAppleEvents.h"
 #include "platform/linux/LinuxApplications.h"
@@ -90,7 +91,9 @@ struct LinuxPlatform::Services {
 };
 
 LinuxPlatform::LinuxPlatform(ReportProblem reportProblem)
-    : services_(std::make_unique<Services>(std::move(reportProblem))) {}
+    : services_(std::make_unique<Services>(std::move(reportProblem))) {
+    returnLargeMemory();
+}
 LinuxPlatform::~LinuxPlatform() = default;
 
 Platform& LinuxPlatform::platform() {
