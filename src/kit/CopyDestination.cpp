@@ -3,7 +3,6 @@
 #include "kit/ConsoleReport.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace larkspan {
 namespace {
@@ -47,7 +46,7 @@ bool CopyDestination::addWhole(std::string_view bytes) {
         const std::span<char> buffer(readBack_.data(), bytes.size());
         const auto count = stream_->readAt(position_, buffer);
         if (!count || *count != bytes.size()) return false;
-        if (std::memcmp(buffer.data(), bytes.data(), bytes.size()) != 0) return false;
+        if (std::string_view(buffer.data(), buffer.size()) != bytes) return false;
     }
     position_ += bytes.size();
     return true;
