@@ -157,7 +157,7 @@ ExitStatus set(Context& context, const Arguments& arguments) {
         if (!acceptStore(context, root)) return ExitStatus::failed;
         value = Value(root.str());
     }
-    return change(context, key, std::move(value));
+    return change(context, key, value);
 }
 
 ExitStatus prefs(const Arguments& arguments, Context& context) {
