@@ -156,7 +156,7 @@ TEST(PropertyList, TextsKeepTheirBytes) {
     for (const std::string& text :
          {everyByte, longText, std::string("]]>"), std::string(" \n\t "), std::string("&amp;"),
           std::string("\xFF\xC3"), std::string("\r\n"), std::string(5000, '>'),
-          std::string(5000, 'x') + "]]", std::string("<!-- -->")}) {
+          std::string(5000, 'x').append("]]"), std::string("<!-- -->")}) {
         const Value value = Value::Dictionary{{text, text}};
         EXPECT_EQ(readBack(value), value);
     }
