@@ -4,6 +4,7 @@
 #include "kit/Identifiers.h"
 #include "support/StoreTest.h"
 
+#include <atomic>
 #include <cerrno>
 
 #include <gmock/gmock.h>
@@ -264,7 +265,7 @@ TEST_F(ChangeListCacheTest, CancellingAtAnyStepLosesNothing) {
     for (int step = 1; wasCancelled; ++step) {
         ASSERT_LT(step, 1'000);
         ChangeListCache::invalidateAllCaches();
-        int calls = 0;
+        std::atomic<int> calls{0};  // the two documents are read on two threads
         for (const auto operation :
              {platform::FileOperation::info, platform::FileOperation::readFile,
               platform::FileOperation::writeFileAtomically}) {
