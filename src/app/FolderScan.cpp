@@ -81,20 +81,21 @@ void FolderScan::scan(const Path& folder) {
     const std::string name = folder.lastPathComponent();
     if (folder.empty() || isIgnoredFolder(name)) return;
     const auto opened = platform::Platform::current().files.openFolder(folder);
-    if (opened) scanLevel({folder, name, *opened});
+    if (opened) scanLevel({folder, name, **opened});
 }
 
 void FolderScan::scanLevel(const Level& level) {
     const auto entries = level.folder.entries(
         [this](std::string_view name, EntryKind kind) { return isWanted(name, kind); });
+    if (!entries) return;
     bool found = false;
-    for (const platform::DirectoryEntry& entry : entries) {
+    for (const platform::DirectoryEntry& entry : *entries) {
         const What what = classify(level, entry);
         const Path path = level.path / entry.name;
         if (what == What::folder) {
             if (isIgnoredFolder(entry.name) || path.str().size() >= longestPath) continue;
             const auto folder = level.folder.openFolder(entry.name);
-            if (folder) scanLevel({path, entry.name, *folder});
+            if (folder) scanLevel({path, entry.name, **folder});
         } else if (what == What::project && isNewProject(level, entry.name, path)) {
             register_(path);
             found = true;

@@ -47,7 +47,7 @@ void BatchRun::processProjectsInPath(const std::optional<Path>& path) {
     const auto root = storelayout::storeRoot(Preferences::frontEnd());
     const std::vector<ProjectEntry> projects =
         root ? list_.projects(*root) : std::vector<ProjectEntry>();
-    auto store = root ? current().files.openFolder(*root) : nullptr;
+    auto store = root ? current().files.openFolder(*root).optional().value_or(nullptr) : nullptr;
     if (projects.empty() || !store) {
         ZBLog::appendLog("No projects found");
         return;

@@ -42,7 +42,9 @@ std::vector<std::string> visibleNames(const Path& folder) {
     const auto isVisible = [](std::string_view name, platform::EntryKind) {
         return !isHiddenName(name);
     };
-    for (auto& entry : opened->entries(isVisible)) names.push_back(std::move(entry.name));
+    auto entries = (*opened)->entries(isVisible);
+    if (!entries) return names;
+    for (auto& entry : *entries) names.push_back(std::move(entry.name));
     return names;
 }
 

@@ -27,7 +27,9 @@ bool isEmptyProject(const Path& project) {
     if (!info) return true;
     if (!info->isFolder()) return info->size == 0;
     const auto folder = files().openFolder(project);
-    return !folder || folder->entries().empty();
+    if (!folder) return true;
+    const auto entries = (*folder)->entries();
+    return !entries || entries->empty();
 }
 
 Path firstFreeName(const Path& project, const Path& folder, VersionNumber& number) {

@@ -35,14 +35,15 @@ std::vector<ProjectEntry> ProjectList::projects(const Path& root) {
     root_ = root;
     for (auto& [name, known] : known_) known.met = false;
 
-    const auto entries = store->entries([](std::string_view, platform::EntryKind kind) {
+    const auto entries = (*store)->entries([](std::string_view, platform::EntryKind kind) {
         return kind != platform::EntryKind::file;
     });
-    found.reserve(entries.size());
-    for (const platform::DirectoryEntry& entry : entries) {
+    if (!entries) return found;
+    found.reserve(entries->size());
+    for (const platform::DirectoryEntry& entry : *entries) {
         Known& known = known_[entry.name];
         known.met = true;
-        readSettings(*store, entry.name, known);
+        readSettings(**store, entry.name, known);
         if (known.entry) found.push_back(*known.entry);
     }
     std::erase_if(known_, [](const auto& item) { return !item.second.met; });
@@ -115,7 +116,9 @@ std::optional<std::string> ProjectList::newestName(platform::Folder& store,
     const auto isVisible = [](std::string_view name, platform::EntryKind) {
         return !isHiddenName(name);
     };
-    for (auto& entry : folder->entries(isVisible)) names.push_back(std::move(entry.name));
+    auto entries = (*folder)->entries(isVisible);
+    if (!entries) return std::nullopt;
+    for (auto& entry : *entries) names.push_back(std::move(entry.name));
     return newestVersionName(names);
 }
 

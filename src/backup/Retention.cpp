@@ -33,7 +33,7 @@ std::vector<StoredFile> storedFiles(platform::Folder& versions,
 
 // The policy has an order of its own.
 std::vector<platform::DirectoryEntry> unsortedEntries(platform::Folder& versions) {
-    return versions.entries({}, platform::Sorted::no);
+    return versions.entries({}, platform::Sorted::no).optional().value_or(std::vector<platform::DirectoryEntry>());
 }
 
 RetentionPlan planOf(platform::Folder& versions,
@@ -47,7 +47,9 @@ std::vector<std::string> lastTwo(const Path& versionFolder) {
     std::vector<std::string> names;
     const auto folder = current().files.openFolder(versionFolder);
     if (!folder) return names;
-    for (auto& entry : folder->entries()) {
+    auto entries = (*folder)->entries();
+    if (!entries) return names;
+    for (auto& entry : *entries) {
         if (!isHiddenName(entry.name)) names.push_back(std::move(entry.name));
     }
     std::ranges::stable_sort(names, {}, [](const auto& name) { return numberOfVersion(name); });
@@ -86,14 +88,16 @@ void Retention::manageBackups() {
 
 bool Retention::visitVersionFolders(const std::optional<Path>& root, const VisitFolder& visit) {
     const auto store = root && ZBFileManager::isVolumeMountedForPath(*root)
-                           ? current().files.openFolder(*root)
+                           ? current().files.openFolder(*root).optional().value_or(nullptr)
                            : nullptr;
     if (!store) return false;
-    for (const platform::DirectoryEntry& entry : store->entries()) {
+    const auto entries = store->entries();
+    if (!entries) return false;
+    for (const platform::DirectoryEntry& entry : *entries) {
         if (entry.kind == platform::EntryKind::file) continue;
         auto folder = store->openFolder(entry.name + "/" + storelayout::versionsName);
         if (!folder) continue;
-        if (!visit(*root / entry.name / storelayout::versionsName, std::move(folder))) break;
+        if (!visit(*root / entry.name / storelayout::versionsName, std::move(*folder))) break;
     }
     return true;
 }
@@ -122,7 +126,7 @@ void Retention::warnOfPeriodCount(long stored) {
 RetentionPlan Retention::plan(const Path& versionFolder, const RetentionRules& rules) {
     const auto folder = current().files.openFolder(versionFolder);
     if (!folder) return {};
-    return planOf(*folder, unsortedEntries(*folder), rules);
+    return planOf(**folder, unsortedEntries(**folder), rules);
 }
 
 std::optional<std::vector<ProjectPlan>> Retention::plans(const Path& root,

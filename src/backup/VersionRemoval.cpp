@@ -22,7 +22,7 @@ platform::Files& files() {
 
 std::vector<platform::DirectoryEntry> entriesOf(platform::Folder* folder) {
     if (!folder) return {};
-    return folder->entries({}, platform::Sorted::no);
+    return folder->entries({}, platform::Sorted::no).optional().value_or(std::vector<platform::DirectoryEntry>());
 }
 
 void removeListed(ListedFolder& from, const std::string& name, const Path& path, RemovalType type) {
@@ -83,7 +83,7 @@ ListedFolder::ListedFolder(Path where, std::unique_ptr<platform::Folder> opened,
     for (const auto& [name, kind] : listed) entries.emplace(name, kind);
 }
 
-ListedFolder::ListedFolder(const Path& where) : path(where), folder(files().openFolder(where)) {
+ListedFolder::ListedFolder(const Path& where) : path(where), folder(files().openFolder(where).optional().value_or(nullptr)) {
     for (auto& [name, kind] : entriesOf(folder.get())) entries.emplace(std::move(name), kind);
 }
 

@@ -37,9 +37,9 @@ std::optional<platform::FileInfo> attributesOf(const Path& file) {
     auto info = current().files.info(file);
     if (!info) {
         ZBLog::appendLog("Unable to get attributes for file %@: %@", file,
-                         posixError(ENOENT, file.str()).description);
+                         info.error().description);
     }
-    return info;
+    return std::move(info).optional();
 }
 
 // The project file whose size and date a rendition reports; the file itself when there is none.

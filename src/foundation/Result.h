@@ -2,6 +2,7 @@
 
 #include "foundation/Error.h"
 
+#include <optional>
 #include <utility>
 #include <variant>
 
@@ -24,6 +25,11 @@ class [[nodiscard]] Result {
     const T& operator*() const& { return value(); }
     T* operator->() { return &value(); }
     const T* operator->() const { return &value(); }
+
+    // The value where no matter why there is none.
+    std::optional<T> optional() && {
+        return *this ? std::optional<T>(std::get<0>(std::move(content_))) : std::nullopt;
+    }
 
     const Error& error() const { return std::get<1>(content_); }
 

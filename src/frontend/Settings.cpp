@@ -69,7 +69,8 @@ void prepareLog() {
     if (Preferences::organisation().isSwitchedOn("disable-logging")) return ZBLog::disableLogging();
     const auto logs = ZBLog::availableLogs();
     const auto info =
-        logs.empty() ? std::nullopt : platform::Platform::current().files.info(logs.front());
+        logs.empty() ? std::nullopt
+                     : platform::Platform::current().files.info(logs.front()).optional();
     if (!info || info->size > largestLog) ZBLog::createNewLog();
 }
 

@@ -46,7 +46,9 @@ std::vector<StoredVersion> Store::versions(const StoredProject& project) const {
     const auto isVisible = [](std::string_view name, platform::EntryKind) {
         return !isHiddenName(name);
     };
-    for (const platform::DirectoryEntry& entry : folder->entries(isVisible)) {
+    const auto entries = (*folder)->entries(isVisible);
+    if (!entries) return {};
+    for (const platform::DirectoryEntry& entry : *entries) {
         const VersionNumber number = numberOfVersion(entry.name);
         if (number.value <= 0) continue;
         if (isRendition(project, entry.name)) {
@@ -54,7 +56,7 @@ std::vector<StoredVersion> Store::versions(const StoredProject& project) const {
             continue;
         }
         // One that went while the folder was read (retention) is no version any more.
-        const auto info = folder->info(entry.name);
+        const auto info = (*folder)->info(entry.name);
         if (!info) continue;
         copies.insert_or_assign(number,
                                 StoredVersion{number, path / entry.name, info->modificationDate,

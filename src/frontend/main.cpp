@@ -45,8 +45,8 @@ std::optional<std::string> readLine() {
 Path currentDirectory(platform::Files& files) {
     Path logical(environment("PWD"));
     const auto here = files.info(Path("."));
-    const auto there = logical.isAbsolute() ? files.info(logical) : std::nullopt;
-    if (here && there && here->identity == there->identity) return logical;
+    const auto there = files.info(logical);
+    if (logical.isAbsolute() && here && there && here->identity == there->identity) return logical;
     std::string resolved(PATH_MAX, '\0');
     if (!getcwd(resolved.data(), resolved.size())) return Path("/");
     return Path(resolved.c_str());

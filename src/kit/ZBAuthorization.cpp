@@ -39,7 +39,7 @@ bool isPlain(const Path& path) {
 
 // Whether something stands under the name, be it a link that leads nowhere.
 bool isTaken(const Path& path) {
-    return current().files.linkInfo(path).has_value();
+    return static_cast<bool>(current().files.linkInfo(path));
 }
 
 // The entries of a folder; empty when it cannot be listed.

@@ -50,11 +50,12 @@ std::vector<std::string> reportsIn(const Path& folder, const std::string& applic
     const auto opened = current().files.openFolder(folder);
     if (!opened || application.empty()) return names;
     const std::string start = lowercased(application + "_");
-    for (const auto& entry : opened->entries([&](std::string_view name, platform::EntryKind) {
-             return lowercased(name).starts_with(start);
-         })) {
-        names.push_back(entry.name);
-    }
+    const auto entries =
+        (*opened)->entries([&](std::string_view name, platform::EntryKind) {
+            return lowercased(name).starts_with(start);
+        });
+    if (!entries) return names;
+    for (const auto& entry : *entries) names.push_back(entry.name);
     return names;
 }
 

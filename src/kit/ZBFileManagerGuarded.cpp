@@ -35,7 +35,7 @@ ZBAuthorization& authorization() {
 }
 
 bool isThere(const Path& path) {
-    return current().files.linkInfo(path).has_value();
+    return static_cast<bool>(current().files.linkInfo(path));
 }
 
 enum class Expected { present, gone };

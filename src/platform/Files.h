@@ -62,18 +62,19 @@ class Folder {
     virtual ~Folder() = default;
 
     // The wanted entries (all without a filter), in listing order: case-insensitive name, then
-    // bytes; not sorted, in any order. Unreadable folders give none.
-    virtual std::vector<DirectoryEntry> entries(const EntryFilter& filter = {},
-                                                Sorted sorted = Sorted::yes) = 0;
+    // bytes; not sorted, in any order. All of them or an error: half a listing could pass for the
+    // whole.
+    virtual Result<std::vector<DirectoryEntry>> entries(const EntryFilter& filter = {},
+                                                        Sorted sorted = Sorted::yes) = 0;
 
-    // A folder in this one, following a link; null when there is none or it may not be opened.
-    virtual std::unique_ptr<Folder> openFolder(const std::string& name) = 0;
+    // A folder in this one, following a link.
+    virtual Result<std::unique_ptr<Folder>> openFolder(const std::string& name) = 0;
 
-    // Facts about an entry, following links; empty when it is missing or a dangling link.
-    virtual std::optional<FileInfo> info(const std::string& name) = 0;
+    // Facts about an entry, following links. A dangling link is missing.
+    virtual Result<FileInfo> info(const std::string& name) = 0;
 
     // Facts about the folder itself.
-    virtual std::optional<FileInfo> info() = 0;
+    virtual Result<FileInfo> info() = 0;
 
     // Content of a file in this folder, as Files::readFile.
     virtual Result<std::string> readFile(const std::string& name, size_t largestSize) = 0;
@@ -99,11 +100,15 @@ class FolderLock {
 };
 
 // Errors of these operations have posixErrorDomain with an errno value, which callers may test:
-// ENOENT for missing things, EEXIST where something is in the way, ENOSPC for a full disk.
+// EEXIST where something is in the way, ENOSPC for a full disk; isMissing() for missing things.
 inline constexpr const char* filesErrorDomain = "FilesErrorDomain";
 
 // Code in filesErrorDomain: the source of a copy changed while it was being copied.
 inline constexpr long sourceChangedDuringCopy = 1;
+
+// Whether an error says that nothing is there, also where a link leads nowhere or a file stands in
+// the place of a folder. Any other error leaves open what is there.
+bool isMissing(const Error& error);
 
 // Copies, writes and removals under way have a name made of one of these and a UUID. They are
 // nobody's files: listings give them, whoever looks for files to keep leaves them out.
@@ -118,11 +123,13 @@ class Files {
   public:
     virtual ~Files() = default;
 
-    // Following links; empty when there is nothing or a link leads nowhere.
-    virtual std::optional<FileInfo> info(const Path& path) = 0;
+    // Following links.
+    virtual Result<FileInfo> info(const Path& path) = 0;
     // Of the entry itself.
-    virtual std::optional<FileInfo> linkInfo(const Path& path) = 0;
-    bool exists(const Path& path) { return info(path).has_value(); }
+    virtual Result<FileInfo> linkInfo(const Path& path) = 0;
+    // False also where it cannot be told: for what may be created or copied, not for what may be
+    // forgotten or removed.
+    bool exists(const Path& path) { return static_cast<bool>(info(path)); }
     bool isFolder(const Path& path) {
         const auto facts = info(path);
         return facts && facts->isFolder();
@@ -130,8 +137,8 @@ class Files {
 
     // All entries in listing order (case-insensitive name, then bytes).
     virtual Result<std::vector<DirectoryEntry>> contentsOfFolder(const Path& folder) = 0;
-    // Null when it is not a folder or may not be opened.
-    virtual std::unique_ptr<Folder> openFolder(const Path& folder) = 0;
+    // ENOTDIR when it is not a folder.
+    virtual Result<std::unique_ptr<Folder>> openFolder(const Path& folder) = 0;
 
     // At most `largestSize` bytes; a larger file gives EFBIG. Only regular files are read: a pipe
     // or device gives EINVAL rather than block.

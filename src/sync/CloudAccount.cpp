@@ -38,7 +38,7 @@ std::optional<Path> cloudaccounts::file() {
 
 std::optional<CloudAccount> cloudaccounts::load() {
     const auto path = file();
-    const auto info = path ? files().info(*path) : std::nullopt;
+    const auto info = path ? files().info(*path).optional() : std::nullopt;
     if (!info) return std::nullopt;
     if (info->permissions != forOwnerOnly) (void)files().setPermissions(*path, forOwnerOnly);
     const Result<Value> loaded = loadPropertyList(*path);

@@ -29,6 +29,12 @@ Result<std::string> contentOf(const FakeFileTree::Found& found, size_t largestSi
     return node.content;
 }
 
+Result<FileInfo> infoOf(const FakeFileTree& tree, const FakeFileTree::Found& found,
+                        const std::string& doing) {
+    if (found.failed != 0) return posixError(found.failed, doing);
+    return tree.info(*found.node);
+}
+
 // Why an entry cannot be made where `to` was looked for; 0 when it can.
 int placeProblem(const FakeFileTree::Found& to) {
     if (to.failed == 0) return EEXIST;
@@ -41,7 +47,16 @@ class FakeFiles::OpenFolder final : public Folder {
   public:
     OpenFolder(FakeFiles& files, FakeNodePointer node) : files_(files), node_(std::move(node)) {}
 
-    std::vector<DirectoryEntry> entries(const EntryFilter& filter, Sorted sorted) override {
+    static Result<std::unique_ptr<Folder>> opened(FakeFiles& files,
+                                                  const FakeFileTree::Found& found,
+                                                  const std::string& doing) {
+        if (found.failed != 0) return posixError(found.failed, doing);
+        if (found.node->kind != EntryKind::folder) return posixError(ENOTDIR, doing);
+        if (!found.node->allows(mayRead)) return posixError(EACCES, doing);
+        return std::unique_ptr<Folder>(std::make_unique<OpenFolder>(files, found.node));
+    }
+
+    Result<std::vector<DirectoryEntry>> entries(const EntryFilter& filter, Sorted sorted) override {
         auto found = files_.state_.with([&](State&) { return FakeFileTree::list(*node_); });
         // Nobody is to rely on an order that was not asked for.
         if (sorted == Sorted::no) std::ranges::reverse(found);
@@ -49,20 +64,17 @@ class FakeFiles::OpenFolder final : public Folder {
         if (filter) std::erase_if(found, [&](const auto& e) { return !filter(e.name, e.kind); });
         return found;
     }
-    std::unique_ptr<Folder> openFolder(const std::string& name) override {
-        FakeNodePointer node = find(name).node;
-        if (!node || node->kind != EntryKind::folder || !node->allows(mayRead)) return nullptr;
-        return std::make_unique<OpenFolder>(files_, std::move(node));
+    Result<std::unique_ptr<Folder>> openFolder(const std::string& name) override {
+        return opened(files_, find(name), "opening folder " + name);
     }
-    std::optional<FileInfo> info(const std::string& name) override {
-        return files_.state_.with([&](State& state) -> std::optional<FileInfo> {
-            const auto found = state.tree.find(node_, name, LastLink::follow);
-            if (found.failed != 0) return {};
-            return state.tree.info(*found.node);
+    Result<FileInfo> info(const std::string& name) override {
+        return files_.state_.with([&](State& state) {
+            return infoOf(state.tree, state.tree.find(node_, name, LastLink::follow), name);
         });
     }
-    std::optional<FileInfo> info() override {
-        return files_.state_.with([&](State& state) { return state.tree.info(*node_); });
+    Result<FileInfo> info() override {
+        return files_.state_.with(
+            [&](State& state) -> Result<FileInfo> { return state.tree.info(*node_); });
     }
     Result<std::string> readFile(const std::string& name, size_t largestSize) override {
         return files_.state_.with([&](State& state) {
@@ -116,19 +128,14 @@ std::optional<Error> FakeFiles::change(const std::string& doing, Body body) {
     return posixError(failed, doing);
 }
 
-std::optional<FileInfo> FakeFiles::info(const Path& path) {
-    return state_.with([&](State& state) -> std::optional<FileInfo> {
-        const auto found = state.tree.find(path);
-        if (found.failed != 0) return {};
-        return state.tree.info(*found.node);
-    });
+Result<FileInfo> FakeFiles::info(const Path& path) {
+    return state_.with(
+        [&](State& state) { return infoOf(state.tree, state.tree.find(path), path.str()); });
 }
 
-std::optional<FileInfo> FakeFiles::linkInfo(const Path& path) {
-    return state_.with([&](State& state) -> std::optional<FileInfo> {
-        const auto found = state.tree.find(path, LastLink::keep);
-        if (found.failed != 0) return {};
-        return state.tree.info(*found.node);
+Result<FileInfo> FakeFiles::linkInfo(const Path& path) {
+    return state_.with([&](State& state) {
+        return infoOf(state.tree, state.tree.find(path, LastLink::keep), path.str());
     });
 }
 
@@ -143,10 +150,10 @@ Result<std::vector<DirectoryEntry>> FakeFiles::contentsOfFolder(const Path& path
     });
 }
 
-std::unique_ptr<Folder> FakeFiles::openFolder(const Path& path) {
-    FakeNodePointer node = state_.with([&](State& state) { return state.tree.find(path).node; });
-    if (!node || node->kind != EntryKind::folder || !node->allows(mayRead)) return nullptr;
-    return std::make_unique<OpenFolder>(*this, std::move(node));
+Result<std::unique_ptr<Folder>> FakeFiles::openFolder(const Path& path) {
+    return OpenFolder::opened(
+        *this, state_.with([&](State& state) { return state.tree.find(path); }),
+        "opening folder " + path.str());
 }
 
 Result<std::string> FakeFiles::readFile(const Path& path, size_t largestSize) {

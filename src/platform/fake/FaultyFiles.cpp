@@ -7,22 +7,28 @@ class FaultyFiles::FaultyFolder final : public Folder {
     FaultyFolder(FaultyFiles& files, std::unique_ptr<Folder> folder, Path path)
         : files_(files), folder_(std::move(folder)), path_(std::move(path)) {}
 
-    std::vector<DirectoryEntry> entries(const EntryFilter& filter, Sorted sorted) override {
-        if (files_.refusal(FileOperation::folderEntries, path_) != 0) return {};
+    static Result<std::unique_ptr<Folder>> wrapped(FaultyFiles& files,
+                                                   Result<std::unique_ptr<Folder>> folder,
+                                                   const Path& path) {
+        if (!folder) return folder;
+        return std::unique_ptr<Folder>(
+            std::make_unique<FaultyFolder>(files, std::move(*folder), path));
+    }
+
+    Result<std::vector<DirectoryEntry>> entries(const EntryFilter& filter, Sorted sorted) override {
+        if (auto error = files_.refused(FileOperation::folderEntries, path_)) return *error;
         return folder_->entries(filter, sorted);
     }
-    std::unique_ptr<Folder> openFolder(const std::string& name) override {
-        if (files_.refusal(FileOperation::openFolder, path_ / name) != 0) return nullptr;
-        auto folder = folder_->openFolder(name);
-        if (!folder) return nullptr;
-        return std::make_unique<FaultyFolder>(files_, std::move(folder), path_ / name);
+    Result<std::unique_ptr<Folder>> openFolder(const std::string& name) override {
+        if (auto error = files_.refused(FileOperation::openFolder, path_ / name)) return *error;
+        return wrapped(files_, folder_->openFolder(name), path_ / name);
     }
-    std::optional<FileInfo> info(const std::string& name) override {
-        if (files_.refusal(FileOperation::info, path_ / name) != 0) return {};
+    Result<FileInfo> info(const std::string& name) override {
+        if (auto error = files_.refused(FileOperation::info, path_ / name)) return *error;
         return folder_->info(name);
     }
-    std::optional<FileInfo> info() override {
-        if (files_.refusal(FileOperation::info, path_) != 0) return {};
+    Result<FileInfo> info() override {
+        if (auto error = files_.refused(FileOperation::info, path_)) return *error;
         return folder_->info();
     }
     Result<std::string> readFile(const std::string& name, size_t largestSize) override {
@@ -103,13 +109,13 @@ std::optional<Error> FaultyFiles::refused(FileOperation operation, const Path& p
     return posixError(errorNumber, path.str());
 }
 
-std::optional<FileInfo> FaultyFiles::info(const Path& path) {
-    if (refusal(FileOperation::info, path) != 0) return {};
+Result<FileInfo> FaultyFiles::info(const Path& path) {
+    if (auto error = refused(FileOperation::info, path)) return *error;
     return files_.info(path);
 }
 
-std::optional<FileInfo> FaultyFiles::linkInfo(const Path& path) {
-    if (refusal(FileOperation::info, path) != 0) return {};
+Result<FileInfo> FaultyFiles::linkInfo(const Path& path) {
+    if (auto error = refused(FileOperation::info, path)) return *error;
     return files_.linkInfo(path);
 }
 
@@ -118,11 +124,9 @@ Result<std::vector<DirectoryEntry>> FaultyFiles::contentsOfFolder(const Path& fo
     return files_.contentsOfFolder(folder);
 }
 
-std::unique_ptr<Folder> FaultyFiles::openFolder(const Path& path) {
-    if (refusal(FileOperation::openFolder, path) != 0) return nullptr;
-    auto folder = files_.openFolder(path);
-    if (!folder) return nullptr;
-    return std::make_unique<FaultyFolder>(*this, std::move(folder), path);
+Result<std::unique_ptr<Folder>> FaultyFiles::openFolder(const Path& path) {
+    if (auto error = refused(FileOperation::openFolder, path)) return *error;
+    return FaultyFolder::wrapped(*this, files_.openFolder(path), path);
 }
 
 Result<std::string> FaultyFiles::readFile(const Path& path, size_t largestSize) {

@@ -21,9 +21,9 @@
 namespace larkspan::platform {
 namespace {
 
-std::optional<FileInfo> infoAt(const Path& path, int flags) {
+Result<FileInfo> infoAt(const Path& path, int flags) {
     const auto status = statusAt(AT_FDCWD, systemName(path), flags);
-    if (!status) return {};
+    if (!status) return posixError(errno, path.str());
     return infoFromStat(*status);
 }
 
@@ -60,11 +60,11 @@ PosixFiles::PosixFiles(const FileCalls& calls) : calls_(calls) {
     (void)::sigaction(SIGXFSZ, &ignore, nullptr);
 }
 
-std::optional<FileInfo> PosixFiles::info(const Path& path) {
+Result<FileInfo> PosixFiles::info(const Path& path) {
     return infoAt(path, 0);
 }
 
-std::optional<FileInfo> PosixFiles::linkInfo(const Path& path) {
+Result<FileInfo> PosixFiles::linkInfo(const Path& path) {
     return infoAt(path, AT_SYMLINK_NOFOLLOW);
 }
 
@@ -79,10 +79,10 @@ Result<std::vector<DirectoryEntry>> PosixFiles::contentsOfFolder(const Path& pat
     return found;
 }
 
-std::unique_ptr<Folder> PosixFiles::openFolder(const Path& path) {
+Result<std::unique_ptr<Folder>> PosixFiles::openFolder(const Path& path) {
     FileDescriptor folder = openFolderAt(AT_FDCWD, systemName(path));
-    if (!folder) return nullptr;
-    return std::make_unique<PosixFolder>(calls_, std::move(folder));
+    if (!folder) return posixError(errno, "opening folder " + path.str());
+    return std::unique_ptr<Folder>(std::make_unique<PosixFolder>(calls_, std::move(folder)));
 }
 
 Result<std::string> PosixFiles::readFile(const Path& path, size_t largestSize) {

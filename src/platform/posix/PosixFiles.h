@@ -13,10 +13,10 @@ class PosixFiles : public Files {
     // The calls must outlive this.
     explicit PosixFiles(const FileCalls& calls);
 
-    std::optional<FileInfo> info(const Path& path) override;
-    std::optional<FileInfo> linkInfo(const Path& path) override;
+    Result<FileInfo> info(const Path& path) override;
+    Result<FileInfo> linkInfo(const Path& path) override;
     Result<std::vector<DirectoryEntry>> contentsOfFolder(const Path& folder) override;
-    std::unique_ptr<Folder> openFolder(const Path& folder) override;
+    Result<std::unique_ptr<Folder>> openFolder(const Path& folder) override;
     Result<std::string> readFile(const Path& path, size_t largestSize) override;
     std::optional<Error> writeFileAtomically(const Path& path, std::string_view bytes) override;
     Result<std::unique_ptr<FileWriter>> openForAppending(const Path& path) override;

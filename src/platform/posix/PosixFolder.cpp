@@ -16,31 +16,32 @@ void sortListing(std::vector<DirectoryEntry>& entries) {
               [](const auto& a, const auto& b) { return listingOrder(a.name, b.name); });
 }
 
-std::vector<DirectoryEntry> PosixFolder::entries(const EntryFilter& filter, Sorted sorted) {
+Result<std::vector<DirectoryEntry>> PosixFolder::entries(const EntryFilter& filter, Sorted sorted) {
     if (listed_) (void)::lseek(descriptor_.get(), 0, SEEK_SET);
     listed_ = true;
     std::vector<DirectoryEntry> found;
-    // Half a listing could pass for the whole.
-    if (calls_.listFolder(descriptor_.get(), filter, found) != 0) return {};
+    if (const int failed = calls_.listFolder(descriptor_.get(), filter, found)) {
+        return posixError(failed, "listing a folder");
+    }
     if (sorted == Sorted::yes) sortListing(found);
     return found;
 }
 
-std::unique_ptr<Folder> PosixFolder::openFolder(const std::string& name) {
+Result<std::unique_ptr<Folder>> PosixFolder::openFolder(const std::string& name) {
     FileDescriptor folder = openFolderAt(descriptor_.get(), systemName(name));
-    if (!folder) return nullptr;
-    return std::make_unique<PosixFolder>(calls_, std::move(folder));
+    if (!folder) return posixError(errno, "opening folder " + name);
+    return std::unique_ptr<Folder>(std::make_unique<PosixFolder>(calls_, std::move(folder)));
 }
 
-std::optional<FileInfo> PosixFolder::info(const std::string& name) {
+Result<FileInfo> PosixFolder::info(const std::string& name) {
     const auto status = statusAt(descriptor_.get(), systemName(name), 0);
-    if (!status) return {};
+    if (!status) return posixError(errno, name);
     return infoFromStat(*status);
 }
 
-std::optional<FileInfo> PosixFolder::info() {
+Result<FileInfo> PosixFolder::info() {
     const auto status = statusOf(descriptor_.get());
-    if (!status) return {};
+    if (!status) return posixError(errno, "an open folder");
     return infoFromStat(*status);
 }
 

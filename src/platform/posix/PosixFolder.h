@@ -11,10 +11,10 @@ class PosixFolder final : public Folder {
     PosixFolder(const FileCalls& calls, FileDescriptor descriptor)
         : calls_(calls), descriptor_(std::move(descriptor)) {}
 
-    std::vector<DirectoryEntry> entries(const EntryFilter& filter, Sorted sorted) override;
-    std::unique_ptr<Folder> openFolder(const std::string& name) override;
-    std::optional<FileInfo> info(const std::string& name) override;
-    std::optional<FileInfo> info() override;
+    Result<std::vector<DirectoryEntry>> entries(const EntryFilter& filter, Sorted sorted) override;
+    Result<std::unique_ptr<Folder>> openFolder(const std::string& name) override;
+    Result<FileInfo> info(const std::string& name) override;
+    Result<FileInfo> info() override;
     Result<std::string> readFile(const std::string& name, size_t largestSize) override;
     std::optional<Error> removeFile(const std::string& name) override;
 
