@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/ProjectDiscovery.h"
 #include "app/ScanQueue.h"
+#include "app/ScanRuns.h"
 #include "app/ZBFSEvents.h"
 #include "app/ZBXPCController.h"
 #include "backup/ZBLarkspanBackup.h"
@@ -35,10 +35,9 @@ class AppController final : public FileSystemEventsDelegate, public ZBXPCControl
     // Configures from the preferences, on the main thread, and returns when that is done. Any
     // thread.
     void setup() override;
-    // The configuration itself; may run many times. Each adds a repeating timer and leaves those
-    // before running, on purpose: an interval that was promised is kept.
+    // The configuration itself; may run many times (docs/behaviour.md, fixed 1).
     void beginSetupOnMainThread();
-    // Queues a full backup run and a full discovery run.
+    // Queues a run over all projects and watch folders.
     void beginScheduledBackup() override;
     // Removes the workspace observers and stops crash detection. Queued runs are neither cancelled
     // nor waited for.
@@ -53,13 +52,8 @@ class AppController final : public FileSystemEventsDelegate, public ZBXPCControl
     void systemSleep();
     void systemWake();
     void diskMounted(const Path& mountPoint);
-    // Starts a scheduled backup when the identifier equals "com.apple.FinalCut" as a whole. The
-    // released applications have longer ones and do not match, on purpose.
+    // Starts a scheduled backup where that is due (docs/behaviour.md, fixed 2).
     void appTerminated(const std::string& bundleIdentifier);
-
-    // ---- discovery, on the scan queue ----
-
-    void populateProjectsFromWatchFolders(const std::optional<Path>& path = std::nullopt);
 
     // ---- the front-end's preferences, loaded afresh at every call; any thread ----
 
@@ -69,7 +63,7 @@ class AppController final : public FileSystemEventsDelegate, public ZBXPCControl
                                                     const std::string& key);
 
     ZBLarkspanBackup& backupController() { return *backupController_; }
-    ScanQueue& scanQueue() { return scanQueue_; }
+    ScanQueue& scanQueue() { return runs_->queue(); }
     // Whether the connection is served; without one the helper runs on.
     bool hasConnection() const { return connection_ != nullptr; }
 
@@ -82,7 +76,6 @@ class AppController final : public FileSystemEventsDelegate, public ZBXPCControl
     Value watchedFolders() const;
 
     std::unique_ptr<ZBLarkspanBackup> backupController_;
-    ProjectDiscovery discovery_;
     ZBXPCController commands_;
     std::unique_ptr<platform::Connections::Service> connection_;
     std::unique_ptr<platform::SessionEvents::Observation> sessionObserver_;
@@ -91,7 +84,7 @@ class AppController final : public FileSystemEventsDelegate, public ZBXPCControl
     // One more for each set-up, the newest last.
     std::vector<std::unique_ptr<platform::MainThread::Timer>> backupTimers_;
     Date started_;
-    ScanQueue scanQueue_;  // last: its thread ends before what its runs use
+    std::unique_ptr<ScanRuns> runs_;  // last: its thread ends before what its runs use
 };
 
 }  // namespace larkspan

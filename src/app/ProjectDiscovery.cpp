@@ -75,8 +75,8 @@ std::unordered_set<Path> asSet(const std::vector<Path>& paths) {
 
 }  // namespace
 
-void ProjectDiscovery::populateProjectsFromWatchFolders(const std::optional<Path>& path) const {
-    const std::unordered_set<Path> known = asSet(knownProjects_());
+std::vector<Path> ProjectDiscovery::populateProjectsFromWatchFolders(const Known& known,
+                                             const std::optional<Path>& path) {
     const Preferences preferences = Preferences::frontEnd();
     const auto driveFolders = watchFolders(preferences, "watchDriveFolders");
     const std::vector<WatchFolder> folders =
@@ -95,6 +95,13 @@ void ProjectDiscovery::populateProjectsFromWatchFolders(const std::optional<Path
         });
     }
     discoveryQueue.waitUntilAllOperationsAreFinished();
+    return claims.with([](auto& claimed) { return std::vector<Path>(claimed.begin(), claimed.end()); });
+}
+
+std::vector<Path> ProjectDiscovery::populateProjectsFromChangedFolders(
+    const Known& known, const std::vector<ChangedFolder>& changed) {
+    (void)changed;
+    return populateProjectsFromWatchFolders(known);
 }
 
 void ProjectDiscovery::addNewProjectsInFolder(const Path& folder,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/ChangedFolder.h"
 #include "app/WatchConfiguration.h"
 #include "foundation/Guarded.h"
 #include "foundation/Path.h"
@@ -17,21 +18,18 @@ enum class ShowAlerts { no, yes };
 // Runs on the scan queue; inside a run up to four folders are scanned at once.
 class ProjectDiscovery {
   public:
-    // Gives the paths of the known projects; asked once at the start of each run.
-    using KnownProjects = std::function<std::vector<Path>()>;
+    // Expanded paths of the known projects.
+    using Known = std::unordered_set<Path>;
 
-    explicit ProjectDiscovery(KnownProjects known) : knownProjects_(std::move(known)) {}
-
-    // One discovery run: in all watch folders, or in those that are a prefix of the path.
-    void populateProjectsFromWatchFolders(const std::optional<Path>& path = std::nullopt) const;
+    static std::vector<Path> populateProjectsFromWatchFolders(
+        const Known& known, const std::optional<Path>& path = std::nullopt);
+    static std::vector<Path> populateProjectsFromChangedFolders(
+        const Known& known, const std::vector<ChangedFolder>& changed);
 
     // Scans one folder tree. Tells the user of each new project when asked to.
     static void addNewProjectsInFolder(const Path& folder, const std::vector<std::string>& types,
                                        const std::vector<Path>& existingProjects,
                                        ShowAlerts showAlerts = ShowAlerts::yes);
-
-  private:
-    KnownProjects knownProjects_;
 };
 
 }  // namespace larkspan

@@ -11,6 +11,8 @@ struct BackupOptions {
     bool launchProj = false;               // the editing application may be launched to export XML
     bool force = false;                    // asked for by the user: no least interval, no thinning
     bool partOfBatch = false;              // no notices to the user
+    // The name of the newest version: when the project holds what that holds, no version is taken.
+    std::optional<std::string> unlessEqualTo = {};
 };
 
 }  // namespace larkspan

@@ -1,5 +1,8 @@
 #include "backup/BackupRules.h"
 
+#include <algorithm>
+#include <array>
+
 namespace larkspan {
 namespace {
 
@@ -7,7 +10,27 @@ constexpr long defaultMinimumInterval = 15;  // minutes
 constexpr Seconds recentAlert{1.5};
 constexpr long loudBackups = 3;
 
+// The steps in which file systems keep dates: NTFS, several network protocols, exFAT, HFS+ and
+// ext3, FAT.
+constexpr std::array<std::chrono::nanoseconds, 6> dateSteps = {
+    std::chrono::nanoseconds(100), std::chrono::microseconds(1), std::chrono::milliseconds(1),
+    std::chrono::milliseconds(10), std::chrono::seconds(1),      std::chrono::seconds(2)};
+
 }  // namespace
+
+Newness newness(Date projectFile, Date newestVersion) {
+    if (projectFile == newestVersion) return Newness::same;
+    if (projectFile > newestVersion) return Newness::newer;
+    const Seconds later = secondsBetween(projectFile, newestVersion);
+    const bool isRoundedUp = std::ranges::any_of(dateSteps, [&](std::chrono::nanoseconds step) {
+        return later < step && newestVersion.time_since_epoch() % step == step.zero();
+    });
+    return isRoundedUp ? Newness::same : Newness::older;
+}
+
+bool skipsUnchangedSaves(const Preferences& frontEnd) {
+    return frontEnd.integer("skipUnchangedSaves", 1) == 1;
+}
 
 std::optional<std::chrono::minutes> minimumInterval(const Preferences& frontEnd) {
     if (frontEnd.integer("backupMinIntervalEnabled", 0) != 1) return std::nullopt;
@@ -15,7 +38,8 @@ std::optional<std::chrono::minutes> minimumInterval(const Preferences& frontEnd)
 }
 
 bool isTooSoon(Date newestVersion, Date now, std::chrono::minutes minimum) {
-    return secondsBetween(newestVersion, now) < minimum;
+    const Seconds age = secondsBetween(newestVersion, now);
+    return age >= Seconds(0) && age < minimum;
 }
 
 AlertThrottle::AlertThrottle(std::optional<Date> lastAlertShown, Date now)

@@ -2,8 +2,10 @@
 
 #include "backup/BackupRules.h"
 #include "backup/StoreLayout.h"
+#include "backup/UnchangedSave.h"
 #include "kit/Identifiers.h"
 #include "kit/Preferences.h"
+#include "kit/Problems.h"
 #include "kit/ZBFileManager.h"
 #include "kit/ZBLocalPaths.h"
 #include "kit/ZBLog.h"
@@ -18,6 +20,8 @@
 namespace larkspan {
 namespace {
 
+using Verdict = UnrestedProjects::Verdict;
+
 platform::Platform& current() {
     return platform::Platform::current();
 }
@@ -26,70 +30,183 @@ void postFilesBackedUp() {
     current().connections.postDistributedNotification(filesBackedUpNotification);
 }
 
+WriteState writeState(const platform::FileInfo& file) {
+    return {file.modificationDate, file.size};
+}
+
 }  // namespace
 
 struct BatchRun::Run {
-    std::optional<Path> path;
-    Path root;
-    std::unique_ptr<platform::Folder> store;
+    const ProjectListing& listing;
+    bool skipsUnchanged;
     AlertThrottle throttle;
-    long backedUp = 0;
+    long attempts = 0;  // at versions of any kind
+    long backedUp = 0;  // projects that have versions already
+    long unchanged = 0;
     std::vector<Path> processed;
     std::set<std::string> processedNames;
+    std::vector<std::string> versioned = {};  // names of the folders of projects with new versions
 };
 
-void BatchRun::processProjectsInPath(const std::optional<Path>& path) {
-    if (path) {
-        ZBLog::fastAppendLog("Processing projects in %@...", *path);
-    } else {
-        ZBLog::fastAppendLog("Processing projects...");
+struct BatchRun::Candidate {
+    const ProjectEntry& entry;
+    Path project;
+    platform::FileInfo file;
+    Path folder;
+    std::string folderName;
+    std::optional<NewestVersion> newest;
+
+    Path versions() const { return folder / storelayout::versionsName; }
+    Newness newness() const {
+        return newest ? larkspan::newness(file.modificationDate, newest->modificationDate)
+                      : Newness::newer;
     }
-    const auto root = storelayout::storeRoot(Preferences::frontEnd());
-    const std::vector<ProjectEntry> projects =
-        root ? list_.projects(*root) : std::vector<ProjectEntry>();
-    auto store = root ? current().files.openFolder(*root).optional().value_or(nullptr) : nullptr;
-    if (projects.empty() || !store) {
+};
+
+void BatchRun::processProjects(const ProjectListing& listing, const ProjectFilter& wanted) {
+    const auto preferences = Preferences::read(Preferences::frontEndFile());
+    if (!preferences) {
+        // docs/behaviour.md, own 29
+        logProblem("Unable to read preferences file: %@", preferences.error().description);
+        return;
+    }
+    if (listing.projects.empty()) {
         ZBLog::appendLog("No projects found");
         return;
     }
-    Run run{path,
-            *root,
-            std::move(store),
-            AlertThrottle(state_.lastAlertShown.copy(), current().clock.now()),
-            0,
-            {},
-            {}};
-    for (const ProjectEntry& entry : projects) processProject(run, entry);
-    run.store.reset();
-    actions_.manageBackups();
+    Run run{.listing = listing,
+            .skipsUnchanged = skipsUnchangedSaves(*preferences),
+            .throttle = AlertThrottle(state_.lastAlertShown.copy(), current().clock.now()),
+            .processed = {},
+            .processedNames = {}};
+    for (const ProjectEntry& entry : listing.projects) {
+        Path project = ZBLocalPaths::expandingTilde(entry.path);
+        if (!wanted || wanted(project)) processProject(run, entry, std::move(project));
+    }
+    if (!wanted) {
+        ZBLog::appendLog("Unchanged projects: %li", run.unchanged);
+        run.versioned.clear();
+        for (const ProjectEntry& entry : listing.projects) {
+            run.versioned.push_back(storelayout::projectFolderName(entry.projectID));
+        }
+    }
+    actions_.manageBackups(listing, run.versioned);
     refreshCaches(run.processed);
     if (run.backedUp != 0) postFilesBackedUp();
 }
 
-void BatchRun::processProject(Run& run, const ProjectEntry& entry) {
-    const Path project = ZBLocalPaths::expandingTilde(entry.path);
-    if (run.path && !project.hasPrefix(run.path->str())) return;
+void BatchRun::processProject(Run& run, const ProjectEntry& entry, Path project) {
     const auto file = current().files.info(project);
-    const Path folder = storelayout::projectFolder(run.root, entry.projectID);
-    const std::string folderName = folder.lastPathComponent();
-    if (!file || run.processedNames.contains(folderName)) return;
-
-    const Path versions = folder / storelayout::versionsName;
-    const auto newest = list_.newestVersion(*run.store, folderName);
-    if (!newest) {
-        actions_.backupProject(project, versions, VersionNumber{1}, {.uuid = entry.selectedUUID});
+    if (!file) {
+        state_.unrested.with([&](auto& unrested) { unrested.settled(project); });
+        if (isMissing(file.error())) return;
+        logProblem("Unable to look at project %@: %@", project, file.error().description);
         return;
     }
-    ZBLog::appendLog("last version: %@", newest->name);
-    if (!isNewer(file->modificationDate, newest->modificationDate)) return;
+    std::string folderName = storelayout::projectFolderName(entry.projectID);
+    if (run.processedNames.contains(folderName)) return;
+    auto newest = list_.newestVersion(*run.listing.store, folderName);
+    if (!newest) {
+        // docs/behaviour.md, own 5
+        logProblem("Unable to read the versions of project %@: %@", project,
+                   newest.error().description);
+        return;
+    }
+    considerVersion(run, {.entry = entry,
+                          .project = std::move(project),
+                          .file = *file,
+                          .folder = run.listing.root / folderName,
+                          .folderName = std::move(folderName),
+                          .newest = std::move(*newest)});
+}
 
+void BatchRun::considerVersion(Run& run, const Candidate& candidate) {
+    if (!mayNeedVersion(run, candidate)) {
+        ++run.unchanged;
+        state_.unrested.with([&](auto& unrested) { unrested.settled(candidate.project); });
+        return;
+    }
+    if (candidate.newest) ZBLog::appendLog("last version: %@", candidate.newest->name);
+    const Verdict verdict = lookWhetherAtRest(candidate);
+    if (verdict == Verdict::setAside) return;
+    if (candidate.newness() == Newness::older &&
+        unchangedsave::isInStore(candidate.project, candidate.file, candidate.versions())) {
+        list_.noteSettled(candidate.folderName, candidate.file);
+        return;
+    }
+    takeVersion(run, candidate, verdict);
+}
+
+// By the dates, and by what an earlier run found out.
+bool BatchRun::mayNeedVersion(const Run& run, const Candidate& candidate) {
+    const Newness newness = candidate.newness();
+    if (newness == Newness::same) return false;
+    if (newness == Newness::older && !run.skipsUnchanged) return false;
+    return !candidate.newest || !run.skipsUnchanged ||
+           !list_.isSettled(candidate.folderName, candidate.file);
+}
+
+UnrestedProjects::Verdict BatchRun::lookWhetherAtRest(const Candidate& candidate) {
+    const platform::Clock& clock = current().clock;
+    const auto decision = state_.unrested.with([&](auto& unrested) {
+        return unrested.look(candidate.project, writeState(candidate.file), clock.now(),
+                             clock.uptime());
+    });
+    if (!decision.isFirst) return decision.verdict;
+    switch (decision.verdict) {
+        case Verdict::atRest:
+            ZBLog::appendLog("File %@ finished writing.", candidate.project);
+            break;
+        case Verdict::setAside:
+            ZBLog::appendLog("File %@ is currently being written to. Waiting...",
+                             candidate.project);
+            break;
+        case Verdict::worthATry:
+            logProblem("File %@ keeps being written to. It is backed up once a minute at most.",
+                       candidate.project);
+            break;
+    }
+    return decision.verdict;
+}
+
+void BatchRun::takeVersion(Run& run, const Candidate& candidate, Verdict verdict) {
+    BackupOptions options{.uuid = candidate.entry.selectedUUID};
+    VersionNumber number{1};
+    options.partOfBatch = run.throttle.isPartOfBatch(run.attempts + 1);
+    if (candidate.newest) {
+        number = numberOfVersion(candidate.newest->name).next();
+        const bool compares = run.skipsUnchanged && candidate.newness() == Newness::newer;
+        if (compares) options.unlessEqualTo = candidate.newest->name;
+    }
+    const BackupOutcome outcome =
+        actions_.backupProject(candidate.project, candidate.versions(), number, options);
+    noteOutcome(candidate, verdict, outcome);
+    if (outcome != BackupOutcome::taken && outcome != BackupOutcome::failed) return;
+    ++run.attempts;
+    if (outcome == BackupOutcome::failed) return;
+    run.versioned.push_back(candidate.folderName);
+    if (!candidate.newest) return;
     ++run.backedUp;
-    const bool partOfBatch = run.throttle.isPartOfBatch(run.backedUp);
-    actions_.backupProject(project, versions, numberOfVersion(newest->name).next(),
-                           {.uuid = entry.selectedUUID, .partOfBatch = partOfBatch});
-    run.processed.push_back(folder);
-    run.processedNames.insert(folderName);
+    run.processed.push_back(candidate.folder);
+    run.processedNames.insert(candidate.folderName);
     if (isNotificationDue(run.backedUp)) postFilesBackedUp();
+}
+
+void BatchRun::noteOutcome(const Candidate& candidate, Verdict verdict, BackupOutcome outcome) {
+    const bool wasChanged = outcome == BackupOutcome::stillBeingWritten;
+    state_.unrested.with([&](auto& unrested) {
+        if (wasChanged) {
+            unrested.changedWhileCopied(candidate.project, writeState(candidate.file),
+                                        current().clock.uptime());
+        } else if (verdict == Verdict::atRest) {
+            unrested.settled(candidate.project);
+        }
+    });
+    if (outcome == BackupOutcome::unchanged) {
+        list_.noteSettled(candidate.folderName, candidate.file);
+    }
+    // Where the dates of files and folders are coarse, they do not tell of it.
+    list_.forgetVersions(candidate.folderName);
 }
 
 void BatchRun::refreshCaches(const std::vector<Path>& projectFolders) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "backup/UnrestedProjects.h"
 #include "foundation/Date.h"
 #include "foundation/Guarded.h"
 #include "foundation/Path.h"
@@ -15,6 +16,8 @@ struct EngineState {
     Guarded<std::optional<Date>> lastAlertShown;
     // Expanded paths of the project files whose copy is under way.
     Guarded<std::set<Path>> currentBackups;
+    // Projects that are being written, by their expanded paths.
+    Guarded<UnrestedProjects> unrested;
 };
 
 }  // namespace larkspan

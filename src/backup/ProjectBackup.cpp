@@ -1,7 +1,11 @@
 #include "backup/ProjectBackup.h"
 
 #include "backup/BackupRules.h"
+#include "backup/RenditionRules.h"
+#include "backup/Retention.h"
+#include "backup/Screenshots.h"
 #include "backup/StoreLayout.h"
+#include "backup/UnchangedSave.h"
 #include "foundation/Text.h"
 #include "kit/Identifiers.h"
 #include "kit/Problems.h"
@@ -50,46 +54,78 @@ bool comesTooSoon(const Path& project, const Path& versions, const Preferences& 
     return true;
 }
 
+// Whether the newest version holds what the project holds; it has the project's date afterwards.
+bool isUnchanged(const Path& project, const Path& versions, const std::string& newestName) {
+    const auto info = current().files.info(project);
+    const Path newest = versions / unchangedsave::copyOf(versions, newestName);
+    if (!info || !unchangedsave::equalsVersion(project, *info, newest)) return false;
+    unchangedsave::dateVersion(versions, newestName, *info);
+    return true;
+}
+
 bool isFrontEnd() {
     return current().bundles.mainBundle().identifier() == frontEndBundleIdentifier;
 }
 
 }  // namespace
 
-void ProjectBackup::backupProject(const Path& project, const Path& toPath, VersionNumber withNumber,
-                                  const BackupOptions& options) {
+BackupOutcome ProjectBackup::backupProject(const Path& project, const Path& toPath,
+                                           VersionNumber withNumber, const BackupOptions& options) {
     const Path expanded = ZBLocalPaths::expandingTilde(project);
     if (!current().files.exists(expanded)) {
         ZBLog::appendLog("Unable to backup - %@ doesn't exist", project);
-        return;
+        return BackupOutcome::failed;
     }
     const Preferences preferences = Preferences::frontEnd();
-    if (!options.force && comesTooSoon(project, toPath, preferences)) return;
-
-    ZBLog::appendLog("Backing up project %@ to path %@", project, toPath);
-    if (!destinationIsUsable(toPath, preferences, options.partOfBatch)) return;
-
-    // Named after the number that was asked for, also when the copy moves to a higher one.
-    const Path rendition(versionRenditionName(project, withNumber));
-    takeScreenshot_(toPath.deletingLastPathComponent() / storelayout::screenshotsName,
-                    rendition.deletingPathExtension().str(), withNumber);
-
-    if (auto error = current().files.createFolder(toPath)) {
-        logProblem("Error creating directory structure: %@", error->description);
-        return;
+    if (!options.force && comesTooSoon(project, toPath, preferences)) {
+        return BackupOutcome::notNeeded;
     }
-    const auto error = copy_.backupProjectFile(expanded, toPath, withNumber);
-    if (error && isSilentSkip(*error)) return;
+    if (options.unlessEqualTo && isUnchanged(expanded, toPath, *options.unlessEqualTo)) {
+        return BackupOutcome::unchanged;
+    }
+    ZBLog::appendLog("Backing up project %@ to path %@", project, toPath);
+    if (!destinationIsUsable(toPath, preferences, options.partOfBatch)) {
+        return BackupOutcome::failed;
+    }
+    // Named after the number that was asked for (docs/behaviour.md, fixed 6).
+    const Path rendition(versionRenditionName(project, withNumber));
+    const auto picture =
+        takeScreenshot(toPath.deletingLastPathComponent() / storelayout::screenshotsName,
+                       rendition.deletingPathExtension().str(), withNumber);
+    const BackupOutcome outcome =
+        takeVersion({project, expanded, toPath, withNumber, options}, preferences);
+    // A picture belongs to a version.
+    if (outcome != BackupOutcome::taken && picture) (void)current().files.removeItem(*picture);
+    return outcome;
+}
 
-    const bool mayAlert = !options.partOfBatch && preferences.wantsAlerts();
-    const std::string displayName = projectDisplayName(project);
-    if (error) {
+BackupOutcome ProjectBackup::takeVersion(const Request& request, const Preferences& preferences) {
+    if (auto error = current().files.createFolder(request.versions)) {
+        logProblem("Error creating directory structure: %@", error->description);
+        return BackupOutcome::failed;
+    }
+    const auto version =
+        copy_.backupProjectFile(request.expanded, request.versions, request.number);
+    if (!version && isSilentSkip(version.error())) return BackupOutcome::notNeeded;
+    if (!version && isStillBeingWritten(version.error())) return BackupOutcome::stillBeingWritten;
+
+    const bool mayAlert = !request.options.partOfBatch && preferences.wantsAlerts();
+    const std::string displayName = projectDisplayName(request.project);
+    if (!version) {
         if (mayAlert) alert("Project backup failed", displayName, "Backup failed");
-        logProblem("Unable to copy project file %@: %@", displayName, error->description);
-        return;
+        logProblem("Unable to copy project file %@: %@", displayName, version.error().description);
+        return BackupOutcome::failed;
+    }
+    // docs/behaviour.md, own 3
+    if (XMLRendition::isFor(request.expanded) && !request.options.force &&
+        renditionSettings(preferences).removesDuplicates &&
+        Retention::removeLastDuplicateForProject(request.versions)) {
+        return BackupOutcome::notNeeded;
     }
     if (mayAlert) alert("Project backed up", displayName, "Backup successful");
-    renditions_.addRendition(expanded, toPath, withNumber, options);
+    upload_(*version);
+    renditions_.addRendition(request.expanded, request.versions, request.number, request.options);
+    return BackupOutcome::taken;
 }
 
 bool ProjectBackup::destinationIsUsable(const Path& toPath, const Preferences& preferences,
@@ -100,8 +136,7 @@ bool ProjectBackup::destinationIsUsable(const Path& toPath, const Preferences& p
         ZBGrowl::postGrowlNotification("Project backup failed", "Drive is offline.", {},
                                        "Backup failed");
     }
-    // The helper goes on, deliberately: the copy then fails with its own message, or lands on the
-    // local disk rather than nowhere.
+    // docs/behaviour.md, fixed 9
     if (!isFrontEnd()) return true;
     (void)ZBAlert::alertSheetWithMessageText(
         "Unable to backup",

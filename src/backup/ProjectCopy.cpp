@@ -1,6 +1,5 @@
 #include "backup/ProjectCopy.h"
 
-#include "kit/ZBFileManager.h"
 #include "kit/ZBLocalPaths.h"
 #include "kit/ZBLog.h"
 #include "platform/Files.h"
@@ -11,8 +10,6 @@
 namespace larkspan {
 namespace {
 
-constexpr int attemptsOnChangingFile = 3;
-
 platform::Files& files() {
     return platform::Platform::current().files;
 }
@@ -22,14 +19,14 @@ Error silentSkip() {
 }
 
 // An empty file is a save that has only begun, or none at all.
-bool isEmptyProject(const Path& project) {
+Result<bool> isEmptyProject(const Path& project) {
     const auto info = files().info(project);
-    if (!info) return true;
+    if (!info && isMissing(info.error())) return true;
+    if (!info) return info.error();
     if (!info->isFolder()) return info->size == 0;
-    const auto folder = files().openFolder(project);
-    if (!folder) return true;
-    const auto entries = (*folder)->entries();
-    return !entries || entries->empty();
+    const auto entries = files().contentsOfFolder(project);
+    if (!entries) return entries.error();
+    return entries->empty();
 }
 
 Path firstFreeName(const Path& project, const Path& folder, VersionNumber& number) {
@@ -39,6 +36,24 @@ Path firstFreeName(const Path& project, const Path& folder, VersionNumber& numbe
         target = folder / versionCopyName(project, number);
     }
     return target;
+}
+
+Error copyFailed(const Error& error, const Path& project, const Path& target) {
+    // docs/behaviour.md, fixed 8
+    ZBLog::appendLog("Error copying project file %@ to %@: %@", error.description, project, target);
+    return error;
+}
+
+Result<Path> copyUnderFreeName(const Path& project, const Path& folder, VersionNumber number) {
+    for (;;) {
+        const Path target = firstFreeName(project, folder, number);
+        const auto error = files().copyItem(project, target);
+        if (!error) return target;
+        // Another writer took the name in the meantime: the next one is tried, without a limit,
+        // since every round means that a version was made.
+        if (error->is(posixErrorDomain, EEXIST)) continue;
+        return isStillBeingWritten(*error) ? *error : copyFailed(*error, project, target);
+    }
 }
 
 // Takes the path off the list of running backups, however the copy ends.
@@ -63,14 +78,16 @@ class CurrentBackup {
 
 }  // namespace
 
-std::optional<Error> ProjectCopy::backupProjectFile(const Path& project, const Path& toPath,
-                                                    VersionNumber withNumber) {
+Result<Path> ProjectCopy::backupProjectFile(const Path& project, const Path& toPath,
+                                            VersionNumber withNumber) {
     ZBLog::appendLog("Backing up project file %@ to %@...", project, toPath);
     const Path expanded = ZBLocalPaths::expandingTilde(project);
-    if (isEmptyProject(expanded)) return silentSkip();
+    const Result<bool> isEmpty = isEmptyProject(expanded);
+    if (!isEmpty) return copyFailed(isEmpty.error(), expanded, toPath);
+    if (*isEmpty) return silentSkip();
     if (auto error = files().createFolder(toPath)) {
         ZBLog::appendLog("Error creating directory structure: %@", error->description);
-        return error;
+        return *error;
     }
     const CurrentBackup current(state_, expanded);
     if (!current.entered()) {
@@ -78,37 +95,8 @@ std::optional<Error> ProjectCopy::backupProjectFile(const Path& project, const P
                          expanded);
         return silentSkip();
     }
-    ZBFileManager::waitForFileWrites(expanded);
     files().removeAbandonedCopies(toPath);
     return copyUnderFreeName(expanded, toPath, withNumber);
-}
-
-std::optional<Error> ProjectCopy::copyUnderFreeName(const Path& project, const Path& folder,
-                                                    VersionNumber number) {
-    for (int attempt = 1;; ++attempt) {
-        const Path target = firstFreeName(project, folder, number);
-        auto error = files().copyItem(project, target);
-        if (!error) {
-            copyMade_(target);
-            return std::nullopt;
-        }
-        // Another writer took the name in the meantime: the next one is tried, without a limit,
-        // since every round means that a version was made.
-        if (error->is(posixErrorDomain, EEXIST)) {
-            --attempt;
-            continue;
-        }
-        const bool changed =
-            error->is(platform::filesErrorDomain, platform::sourceChangedDuringCopy);
-        if (changed && attempt < attemptsOnChangingFile) {
-            ZBFileManager::waitForFileWrites(project);
-            continue;
-        }
-        // The arguments do not follow the words, on purpose: readers of old logs know it so.
-        ZBLog::appendLog("Error copying project file %@ to %@: %@", error->description, project,
-                         target);
-        return error;
-    }
 }
 
 }  // namespace larkspan

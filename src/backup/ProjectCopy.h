@@ -2,11 +2,9 @@
 
 #include "backup/EngineState.h"
 #include "backup/VersionName.h"
-#include "foundation/Error.h"
 #include "foundation/Path.h"
-
-#include <functional>
-#include <optional>
+#include "foundation/Result.h"
+#include "platform/Files.h"
 
 namespace larkspan {
 
@@ -17,28 +15,24 @@ inline bool isSilentSkip(const Error& error) {
     return error.is(backupErrorDomain, 0);
 }
 
+inline bool isStillBeingWritten(const Error& error) {
+    return error.is(platform::filesErrorDomain, platform::sourceChangedDuringCopy);
+}
+
 // Copies one project into its version folder.
 class ProjectCopy {
   public:
-    // Called with the full path of each new copy.
-    using CopyMade = std::function<void(const Path& copy)>;
-
-    ProjectCopy(EngineState& state, CopyMade copyMade)
-        : state_(state), copyMade_(std::move(copyMade)) {}
+    explicit ProjectCopy(EngineState& state) : state_(state) {}
 
     // Copies the project (a file or a bundle folder) under the number, or the next one that is
-    // free; waits first until the file is at rest. A file that changes while it is copied is
-    // waited for and copied again, a few times at most. Empty on success; a silent skip for an
-    // empty file and for one whose copy is under way already.
-    std::optional<Error> backupProjectFile(const Path& project, const Path& toPath,
-                                           VersionNumber withNumber);
+    // free, and gives the path of the copy. Waits for nothing: of a file that changes while it is
+    // copied the copy is dropped (isStillBeingWritten). A silent skip for an empty file and for one
+    // whose copy is under way already.
+    Result<Path> backupProjectFile(const Path& project, const Path& toPath,
+                                   VersionNumber withNumber);
 
   private:
-    std::optional<Error> copyUnderFreeName(const Path& project, const Path& folder,
-                                           VersionNumber number);
-
     EngineState& state_;
-    CopyMade copyMade_;
 };
 
 }  // namespace larkspan

@@ -1,7 +1,7 @@
 #include "backup/ProjectList.h"
 
 #include "foundation/PropertyList.h"
-#include "kit/ZBLog.h"
+#include "kit/Problems.h"
 
 #include <algorithm>
 #include <utility>
@@ -11,6 +11,20 @@ namespace {
 
 // Longer than the steps in which any usual file system keeps dates (2 seconds on FAT).
 constexpr Seconds coarsestDates{2.5};
+
+std::optional<ProjectEntry> entryOf(const Value& settings, const std::string& folderName) {
+    const Value* path = settings.find("projectPath");
+    if (!path || !path->string()) return std::nullopt;
+    ProjectEntry entry{Path(*path->string()), storelayout::projectID(Path(folderName)),
+                       std::nullopt, std::nullopt};
+    if (const Value* sequences = settings.find("sequences"); sequences && sequences->array()) {
+        entry.sequences = *sequences->array();
+    }
+    if (const Value* selected = settings.find("selectedUUID"); selected && selected->string()) {
+        entry.selectedUUID = *selected->string();
+    }
+    return entry;
+}
 
 }  // namespace
 
@@ -26,100 +40,185 @@ bool ProjectList::isUnchanged(const std::optional<Seen>& before, const platform:
            before->attributeChangeDate == now.attributeChangeDate;
 }
 
-std::vector<ProjectEntry> ProjectList::projects(const Path& root) {
+Result<ProjectListing> ProjectList::list(const Path& root, Look look) {
     const std::lock_guard lock(mutex_);
-    std::vector<ProjectEntry> found;
-    const auto store = files_.openFolder(root);
-    if (!store) return found;
-    if (root != root_) known_.clear();
+    ProjectListing listing{.root = root, .store = nullptr, .projects = {}, .unreadable = {}};
+    auto store = files_.openFolder(root);
+    if (!store && isMissing(store.error())) return listing;
+    if (!store) return store.error();
+    if (root != root_) {
+        known_.clear();
+        rootFolder_.reset();
+    }
     root_ = root;
-    for (auto& [name, known] : known_) known.met = false;
+    if (auto error = listStore(**store, look)) return *error;
+    listing.store = std::move(*store);
+    listing.projects.reserve(known_.size());
+    for (const auto& [name, known] : known_) {
+        if (!known.isUnreadable) {
+            if (known.entry) listing.projects.push_back(*known.entry);
+        } else if (known.entry) {
+            listing.unreadable.push_back(known.entry->path);
+        } else if (name.ends_with(storelayout::folderSuffix)) {
+            listing.isComplete = false;
+        }
+    }
+    return listing;
+}
 
-    const auto entries = (*store)->entries([](std::string_view, platform::EntryKind kind) {
+// Brings what is known of the projects up to date.
+std::optional<Error> ProjectList::listStore(platform::Folder& store, Look look) {
+    ++listings_;
+    const auto info = store.info();
+    if (look == Look::atTheStoreFolder && info && isUnchanged(rootFolder_, *info)) return {};
+    const auto entries = store.entries([](std::string_view, platform::EntryKind kind) {
         return kind != platform::EntryKind::file;
     });
-    if (!entries) return found;
-    found.reserve(entries->size());
+    if (!entries) return entries.error();
+    bool isReadable = true;
     for (const platform::DirectoryEntry& entry : *entries) {
         Known& known = known_[entry.name];
-        known.met = true;
-        readSettings(**store, entry.name, known);
-        if (known.entry) found.push_back(*known.entry);
+        known.metIn = listings_;
+        readSettings(store, entry.name, known);
+        isReadable = isReadable && !known.isUnreadable;
     }
-    std::erase_if(known_, [](const auto& item) { return !item.second.met; });
-    return found;
+    std::erase_if(known_, [this](const auto& item) { return item.second.metIn != listings_; });
+    rootFolder_.reset();
+    if (info && isReadable) rootFolder_ = seen(*info);
+    return {};
 }
 
 void ProjectList::readSettings(platform::Folder& store, const std::string& folderName,
                                Known& known) {
     const std::string file = folderName + "/" + storelayout::settingsName;
     const auto info = store.info(file);
-    if (!info) {
-        known.settings.reset();
-        known.entry.reset();
+    if (!info && !isMissing(info.error())) return settingsFailed(folderName, known, info.error());
+    if (info && isUnchanged(known.settings, *info)) {
+        known.isUnreadable = false;
         return;
     }
-    if (isUnchanged(known.settings, *info)) return;
+    const auto bytes = info ? store.readFile(file, largestPropertyList) : info.error();
+    if (!bytes && !isMissing(bytes.error())) {
+        return settingsFailed(folderName, known, bytes.error());
+    }
+    known.isUnreadable = false;
+    known.settings.reset();
+    known.entry.reset();
+    if (!bytes) return;
     known.settings = seen(*info);
-    known.entry = parseSettings(folderName, store.readFile(file, largestPropertyList));
+    parseSettings(folderName, *bytes, known);
 }
 
-std::optional<ProjectEntry> ProjectList::parseSettings(const std::string& folderName,
-                                                       const Result<std::string>& bytes) const {
-    const Result<Value> settings = bytes ? parsePropertyList(*bytes) : Result<Value>(bytes.error());
-    if (!settings) {
-        const Path folder = root_ / folderName;
-        if (complain_) {
-            complain_(folder, settings.error());
-        } else {
-            ZBLog::appendLog("Unable to read the settings of project %@: %@", folder,
-                             settings.error().description);
-        }
-        return std::nullopt;
-    }
-    const Value* path = settings->find("projectPath");
-    if (!path || !path->string()) return std::nullopt;
-    ProjectEntry entry{Path(*path->string()), storelayout::projectID(Path(folderName)),
-                       std::nullopt, std::nullopt};
-    if (const Value* sequences = settings->find("sequences"); sequences && sequences->array()) {
-        entry.sequences = *sequences->array();
-    }
-    if (const Value* selected = settings->find("selectedUUID"); selected && selected->string()) {
-        entry.selectedUUID = *selected->string();
-    }
-    return entry;
+// What was read of them before stands.
+void ProjectList::settingsFailed(const std::string& folderName, Known& known, const Error& error) {
+    if (!known.isUnreadable) complain(folderName, error);
+    known.isUnreadable = true;
+    known.settings.reset();
 }
 
-std::optional<NewestVersion> ProjectList::newestVersion(platform::Folder& store,
-                                                        const std::string& folderName) {
+void ProjectList::parseSettings(const std::string& folderName, const std::string& bytes,
+                                Known& known) {
+    const Result<Value> settings = parsePropertyList(bytes);
+    if (!settings) return complain(folderName, settings.error());
+    known.entry = entryOf(*settings, folderName);
+}
+
+void ProjectList::complain(const std::string& folderName, const Error& error) const {
+    const Path folder = root_ / folderName;
+    if (complain_) return complain_(folder, error);
+    logProblem("Unable to read the settings of project %@: %@", folder, error.description);
+}
+
+Result<std::optional<NewestVersion>> ProjectList::newestVersion(platform::Folder& store,
+                                                                const std::string& folderName) {
     const std::lock_guard lock(mutex_);
+    Known& known = known_[folderName];
+    if (const auto error = lookAtVersions(store, folderName, known)) return *error;
+    if (!known.newestName) return std::optional<NewestVersion>();
+    const auto version =
+        store.info(folderName + "/" + storelayout::versionsName + "/" + *known.newestName);
+    if (!version && !isMissing(version.error())) return version.error();
+    // A dangling link reads as the oldest date there is, so that the project counts as newer and
+    // nothing is missed.
+    if (!version) return std::optional(NewestVersion{*known.newestName, Date::min()});
+    return std::optional(
+        NewestVersion{*known.newestName, version->modificationDate, version->size});
+}
+
+std::optional<Error> ProjectList::lookAtVersions(platform::Folder& store,
+                                                 const std::string& folderName, Known& known) {
     const std::string versionsFolder = folderName + "/" + storelayout::versionsName;
     const auto info = store.info(versionsFolder);
-    if (!info) return std::nullopt;
-    Known& known = known_[folderName];
-    if (!isUnchanged(known.versions, *info)) {
-        known.versions = seen(*info);
-        known.newestName = newestName(store, versionsFolder);
-    }
-    if (!known.newestName) return std::nullopt;
-    const auto version = store.info(versionsFolder + "/" + *known.newestName);
-    // A version whose date cannot be read (a dangling link) reads as the oldest date there is, so
-    // that the project counts as newer and nothing is missed.
-    return NewestVersion{*known.newestName, version ? version->modificationDate : Date::min()};
+    if (!info && !isMissing(info.error())) return info.error();
+    known.versionsLookedAtIn = listings_;
+    if (info && isUnchanged(known.versions, *info)) return {};
+    known.versions.reset();
+    known.quiet.reset();
+    known.newestName.reset();
+    known.versionCount = 0;
+    if (!info) return {};
+    if (auto error = listVersions(store, versionsFolder, known)) return error;
+    known.versions = seen(*info);
+    return {};
 }
 
-std::optional<std::string> ProjectList::newestName(platform::Folder& store,
-                                                   const std::string& versionsFolder) {
+std::optional<Error> ProjectList::listVersions(platform::Folder& store,
+                                               const std::string& versionsFolder, Known& known) {
     const auto folder = store.openFolder(versionsFolder);
-    if (!folder) return std::nullopt;
-    std::vector<std::string> names;
+    if (!folder) return folder.error();
     const auto isVisible = [](std::string_view name, platform::EntryKind) {
         return !isHiddenName(name);
     };
     auto entries = (*folder)->entries(isVisible);
-    if (!entries) return std::nullopt;
+    if (!entries) return entries.error();
+    std::vector<std::string> names;
+    names.reserve(entries->size());
     for (auto& entry : *entries) names.push_back(std::move(entry.name));
-    return newestVersionName(names);
+    known.newestName = newestVersionName(names);
+    known.versionCount = static_cast<long>(names.size());
+    return {};
+}
+
+bool ProjectList::hasNothingToRemove(platform::Folder& store, const std::string& folderName,
+                                     const RetentionRules& rules) {
+    const std::lock_guard lock(mutex_);
+    Known& known = known_[folderName];
+    if (known.versionsLookedAtIn != listings_ && lookAtVersions(store, folderName, known)) {
+        return false;
+    }
+    return known.versions && known.versions->settled && known.quiet &&
+           known.quiet->rules == rules && clock_.now() < known.quiet->until;
+}
+
+void ProjectList::noteNothingToRemove(const std::string& folderName, const RetentionRules& rules,
+                                      Date until) {
+    const std::lock_guard lock(mutex_);
+    known_[folderName].quiet = Quiet{rules, until};
+}
+
+std::optional<long> ProjectList::versionCount(const std::string& folderName) {
+    const std::lock_guard lock(mutex_);
+    const Known& known = known_[folderName];
+    const bool isKnown = known.versions && known.versionsLookedAtIn == listings_;
+    return isKnown ? std::optional(known.versionCount) : std::nullopt;
+}
+
+void ProjectList::forgetVersions(const std::string& folderName) {
+    const std::lock_guard lock(mutex_);
+    Known& known = known_[folderName];
+    known.versions.reset();
+    known.quiet.reset();
+    known.versionsLookedAtIn = 0;
+}
+
+void ProjectList::noteSettled(const std::string& folderName, const platform::FileInfo& project) {
+    const std::lock_guard lock(mutex_);
+    known_[folderName].settledProject = seen(project);
+}
+
+bool ProjectList::isSettled(const std::string& folderName, const platform::FileInfo& project) {
+    const std::lock_guard lock(mutex_);
+    return isUnchanged(known_[folderName].settledProject, project);
 }
 
 }  // namespace larkspan

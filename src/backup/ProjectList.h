@@ -1,9 +1,11 @@
 #pragma once
 
+#include "backup/RetentionRules.h"
 #include "backup/StoreLayout.h"
 #include "backup/VersionName.h"
 #include "foundation/Date.h"
 #include "foundation/Path.h"
+#include "foundation/Text.h"
 #include "foundation/Value.h"
 #include "platform/Clock.h"
 #include "platform/Files.h"
@@ -14,6 +16,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -27,9 +30,31 @@ struct ProjectEntry {
     std::optional<std::string> selectedUUID;
 };
 
+// The store as one look found it.
+struct ProjectListing {
+    Path root;
+    std::unique_ptr<platform::Folder> store;  // null when there is none
+    std::vector<ProjectEntry> projects;       // in the order of the store's listing
+    // Paths of projects whose settings cannot be read now and could before. They are left out of
+    // `projects`, and are known all the same.
+    std::vector<Path> unreadable;
+    // False when some settings cannot be read and never could: which projects are known cannot be
+    // told then.
+    bool isComplete = true;
+};
+
 struct NewestVersion {
     std::string name;
     Date modificationDate;
+    std::uint64_t size = 0;  // bytes; of no meaning for a folder
+};
+
+// How far a look at the store goes.
+enum class Look {
+    atEverySetting,
+    // The settings of projects are taken as remembered while the store's own folder is unchanged:
+    // for changes of single projects, which need not wait for a look at all others.
+    atTheStoreFolder,
 };
 
 // Reads the version store. Remembers what it read of files and folders whose identity, size and
@@ -45,13 +70,32 @@ class ProjectList {
     ProjectList(platform::Files& files, platform::Clock& clock, Complaint complain = {})
         : files_(files), clock_(clock), complain_(std::move(complain)) {}
 
-    // The known projects in the order of the store's listing; none when the store is missing.
-    // Those whose settings cannot be read are complained about and skipped.
-    std::vector<ProjectEntry> projects(const Path& root);
+    // The known projects; none when the store is missing. Those whose settings cannot be read are
+    // complained about and left out. An error when the store cannot be listed.
+    Result<ProjectListing> list(const Path& root, Look look = Look::atEverySetting);
 
     // The newest version of a project; empty when there is none yet. `store` is the open root.
-    std::optional<NewestVersion> newestVersion(platform::Folder& store,
-                                               const std::string& folderName);
+    Result<std::optional<NewestVersion>> newestVersion(platform::Folder& store,
+                                                       const std::string& folderName);
+
+    // Whether the project's versions are those of which noteNothingToRemove() was told, for the
+    // same rules and a later time. Looks at the version folder unless newestVersion() did so since
+    // the last list().
+    bool hasNothingToRemove(platform::Folder& store, const std::string& folderName,
+                            const RetentionRules& rules);
+    // Retention has nothing to do for the project before `until`, while its versions are the same.
+    void noteNothingToRemove(const std::string& folderName, const RetentionRules& rules,
+                             Date until);
+    // The number of visible entries of the version folder at the last look; empty when unknown.
+    std::optional<long> versionCount(const std::string& folderName);
+
+    // Something in the project's version folder was changed by ourselves.
+    void forgetVersions(const std::string& folderName);
+
+    // Remembers that the project, as it is now, needs no version although its date is not that of
+    // the newest one; asked with isSettled().
+    void noteSettled(const std::string& folderName, const platform::FileInfo& project);
+    bool isSettled(const std::string& folderName, const platform::FileInfo& project);
 
   private:
     // The state of a file or folder when it was read.
@@ -62,28 +106,46 @@ class ProjectList {
         Date attributeChangeDate;
         bool settled = false;  // old enough to be trusted
     };
+    struct ListingOrder {
+        bool operator()(std::string_view a, std::string_view b) const { return listingOrder(a, b); }
+    };
+    struct Quiet {
+        RetentionRules rules;
+        Date until;
+    };
     struct Known {
         std::optional<Seen> settings;
         std::optional<ProjectEntry> entry;  // empty: the settings name no project
+        bool isUnreadable = false;          // the last look at the settings failed
         std::optional<Seen> versions;
         std::optional<std::string> newestName;
-        bool met = false;  // in the listing of the latest run
+        long versionCount = 0;
+        std::optional<Quiet> quiet;
+        std::optional<Seen> settledProject;
+        long versionsLookedAtIn = 0;  // the number of the listing
+        long metIn = 0;               // the same
     };
 
     Seen seen(const platform::FileInfo& info) const;
     static bool isUnchanged(const std::optional<Seen>& before, const platform::FileInfo& now);
+    std::optional<Error> listStore(platform::Folder& store, Look look);
     void readSettings(platform::Folder& store, const std::string& folderName, Known& known);
-    std::optional<ProjectEntry> parseSettings(const std::string& folderName,
-                                              const Result<std::string>& bytes) const;
-    static std::optional<std::string> newestName(platform::Folder& store,
-                                                 const std::string& versionsFolder);
+    void settingsFailed(const std::string& folderName, Known& known, const Error& error);
+    void parseSettings(const std::string& folderName, const std::string& bytes, Known& known);
+    void complain(const std::string& folderName, const Error& error) const;
+    std::optional<Error> lookAtVersions(platform::Folder& store, const std::string& folderName,
+                                        Known& known);
+    std::optional<Error> listVersions(platform::Folder& store, const std::string& versionsFolder,
+                                      Known& known);
 
     platform::Files& files_;
     platform::Clock& clock_;
     Complaint complain_;
     std::mutex mutex_;
     Path root_;  // of what is remembered
-    std::map<std::string, Known, std::less<>> known_;
+    std::optional<Seen> rootFolder_;
+    long listings_ = 0;
+    std::map<std::string, Known, ListingOrder> known_;
 };
 
 }  // namespace larkspan

@@ -4,6 +4,7 @@
 #include "backup/VersionName.h"
 #include "backup/VersionRemoval.h"
 #include "kit/Preferences.h"
+#include "kit/Problems.h"
 #include "kit/ZBFileManager.h"
 #include "kit/ZBLog.h"
 #include "platform/Clock.h"
@@ -31,23 +32,31 @@ std::vector<StoredFile> storedFiles(platform::Folder& versions,
     return files;
 }
 
-// The policy has an order of its own.
-std::vector<platform::DirectoryEntry> unsortedEntries(platform::Folder& versions) {
-    return versions.entries({}, platform::Sorted::no).optional().value_or(std::vector<platform::DirectoryEntry>());
+// A version folder and what it holds.
+struct OpenVersions {
+    std::unique_ptr<platform::Folder> folder;  // null when it is missing
+    std::vector<platform::DirectoryEntry> entries;
+};
+
+Result<OpenVersions> openVersions(platform::Folder& store, const std::string& folderName) {
+    auto folder = store.openFolder(folderName + "/" + storelayout::versionsName);
+    if (!folder && isMissing(folder.error())) return OpenVersions{};
+    if (!folder) return folder.error();
+    // The policy has an order of its own.
+    auto entries = (*folder)->entries({}, platform::Sorted::no);
+    if (!entries) return entries.error();
+    return OpenVersions{std::move(*folder), std::move(*entries)};
 }
 
-RetentionPlan planOf(platform::Folder& versions,
-                     const std::vector<platform::DirectoryEntry>& entries,
-                     const RetentionRules& rules) {
-    return retentionPlan(storedFiles(versions, entries), rules, current().clock.now());
+RetentionPlan planOf(const OpenVersions& versions, const RetentionRules& rules) {
+    return retentionPlan(storedFiles(*versions.folder, versions.entries), rules,
+                         current().clock.now());
 }
 
 // The last version and the one before it, as the store counts them; fewer when there are not two.
 std::vector<std::string> lastTwo(const Path& versionFolder) {
     std::vector<std::string> names;
-    const auto folder = current().files.openFolder(versionFolder);
-    if (!folder) return names;
-    auto entries = (*folder)->entries();
+    auto entries = current().files.contentsOfFolder(versionFolder);
     if (!entries) return names;
     for (auto& entry : *entries) {
         if (!isHiddenName(entry.name)) names.push_back(std::move(entry.name));
@@ -67,52 +76,69 @@ void removeDuplicate(const Path& file) {
 }  // namespace
 
 void Retention::manageBackups() {
-    const Preferences preferences = Preferences::frontEnd();
-    const RetentionRules rules = retentionRules(preferences);
+    const auto root = storelayout::storeRoot(Preferences::frontEnd());
+    if (!root) return;
+    const auto listing = list_.list(*root);
+    if (!listing) {
+        logProblem("Unable to read the version store %@: %@", *root, listing.error().description);
+        return;
+    }
+    std::vector<std::string> projects;
+    for (const ProjectEntry& entry : listing->projects) {
+        projects.push_back(storelayout::projectFolderName(entry.projectID));
+    }
+    manageBackups(*listing, projects);
+}
+
+void Retention::manageBackups(const ProjectListing& listing,
+                              const std::vector<std::string>& projects) {
+    const auto preferences = Preferences::read(Preferences::frontEndFile());
+    if (!preferences) return;  // docs/behaviour.md, own 29
+    const RetentionRules rules = retentionRules(*preferences);
     if (!rules.isOn) return;
     ZBLog::appendLog("Starting backup management");
-    warnOfPeriodCount(preferences.integer("oldBackupCount", rules.keptPerPeriod));
-    const auto root = storelayout::storeRoot(preferences);
+    warnOfPeriodCount(preferences->integer("oldBackupCount", rules.keptPerPeriod));
+    if (!listing.store || !ZBFileManager::isVolumeMountedForPath(listing.root)) {
+        ZBLog::appendLog("No old versions are removed: there is no version store at %@",
+                         listing.root);
+        return;
+    }
     std::vector<Path> removed;
     bool isComplete = true;
-    const bool isThere = visitVersionFolders(root, [&](const Path& versions, auto folder) {
-        isComplete = manageProject(versions, std::move(folder), rules, removed);
-        return isComplete;
-    });
-    if (!isThere) {
-        ZBLog::appendLog("No old versions are removed: there is no version store at %@",
-                         root.value_or(Path()));
+    for (const std::string& folderName : projects) {
+        isComplete = manageProject(listing, folderName, rules, removed);
+        if (!isComplete) break;
     }
     if (isComplete && !removed.empty() && rules.removesSynced) removeSyncedFiles_(removed);
 }
 
-bool Retention::visitVersionFolders(const std::optional<Path>& root, const VisitFolder& visit) {
-    const auto store = root && ZBFileManager::isVolumeMountedForPath(*root)
-                           ? current().files.openFolder(*root).optional().value_or(nullptr)
-                           : nullptr;
-    if (!store) return false;
-    const auto entries = store->entries();
-    if (!entries) return false;
-    for (const platform::DirectoryEntry& entry : *entries) {
-        if (entry.kind == platform::EntryKind::file) continue;
-        auto folder = store->openFolder(entry.name + "/" + storelayout::versionsName);
-        if (!folder) continue;
-        if (!visit(*root / entry.name / storelayout::versionsName, std::move(*folder))) break;
-    }
-    return true;
-}
-
-bool Retention::manageProject(const Path& versionFolder, std::unique_ptr<platform::Folder> folder,
+bool Retention::manageProject(const ProjectListing& listing, const std::string& folderName,
                               const RetentionRules& rules, std::vector<Path>& removed) {
-    const auto entries = unsortedEntries(*folder);
-    const RetentionPlan plan = planOf(*folder, entries, rules);
-    if (plan.removals.empty()) return true;
-    ProjectFolderListing listing({versionFolder, std::move(folder), entries});
+    if (list_.hasNothingToRemove(*listing.store, folderName, rules)) return true;
+    const auto count = list_.versionCount(folderName);
+    if (count && rules.minimum && *rules.minimum >= *count) {
+        list_.noteNothingToRemove(folderName, rules, Date::max());
+        return true;
+    }
+    const Path path = listing.root / folderName / storelayout::versionsName;
+    auto versions = openVersions(*listing.store, folderName);
+    if (!versions) {
+        logProblem("Unable to read the versions in %@: %@", path, versions.error().description);
+        return true;
+    }
+    if (!versions->folder) return true;
+    const RetentionPlan plan = planOf(*versions, rules);
+    if (plan.removals.empty()) {
+        list_.noteNothingToRemove(folderName, rules, plan.quietUntil);
+        return !plan.endsRun;
+    }
+    ProjectFolderListing folders({path, std::move(versions->folder), versions->entries});
     for (const size_t index : plan.removals) {
         const std::string& name = plan.verdicts[index].name;
-        versionremoval::removeBackup(listing, name, rules.removal);
-        removed.push_back(versionFolder / name);
+        versionremoval::removeBackup(folders, name, rules.removal);
+        removed.push_back(path / name);
     }
+    list_.forgetVersions(folderName);
     return !plan.endsRun;
 }
 
@@ -124,19 +150,25 @@ void Retention::warnOfPeriodCount(long stored) {
 }
 
 RetentionPlan Retention::plan(const Path& versionFolder, const RetentionRules& rules) {
-    const auto folder = current().files.openFolder(versionFolder);
-    if (!folder) return {};
-    return planOf(**folder, unsortedEntries(**folder), rules);
+    const Path project = versionFolder.deletingLastPathComponent();
+    const auto store = current().files.openFolder(project.deletingLastPathComponent());
+    if (!store) return {};
+    const auto versions = openVersions(**store, project.lastPathComponent());
+    return versions && versions->folder ? planOf(*versions, rules) : RetentionPlan();
 }
 
 std::optional<std::vector<ProjectPlan>> Retention::plans(const Path& root,
                                                          const RetentionRules& rules) {
+    const auto listing = ProjectList(current().files, current().clock).list(root);
+    if (!listing || !listing->store) return std::nullopt;
     std::vector<ProjectPlan> plans;
-    const bool isThere = visitVersionFolders(root, [&](const Path& versions, auto folder) {
-        plans.push_back({versions, planOf(*folder, unsortedEntries(*folder), rules)});
-        return !plans.back().plan.endsRun;
-    });
-    if (!isThere) return std::nullopt;
+    for (const ProjectEntry& entry : listing->projects) {
+        const std::string folderName = storelayout::projectFolderName(entry.projectID);
+        const auto versions = openVersions(*listing->store, folderName);
+        if (!versions || !versions->folder) continue;
+        plans.push_back({root / folderName / storelayout::versionsName, planOf(*versions, rules)});
+        if (plans.back().plan.endsRun) break;
+    }
     return plans;
 }
 
@@ -160,8 +192,8 @@ bool Retention::removeLastDuplicateForProject(const Path& versionFolder) {
     if (const Path rendition = base.appendingPathExtension("xml"); files.exists(rendition)) {
         removeDuplicate(rendition);
     }
-    // Looked for below the version folder, not where pictures are kept, so that it stays as a rule.
-    // Deliberate: the picture is of a moment in which the user did save.
+    // Where pictures are kept they are named by other numbers; whoever took one removes it
+    // (docs/behaviour.md, own 3).
     const Path picture = versionFolder / messageText("/Screenshots/%@.jpg", base);
     if (files.exists(picture)) removeDuplicate(picture);
     return true;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "backup/ProjectList.h"
 #include "backup/RetentionPolicy.h"
 #include "foundation/Path.h"
 #include "platform/Files.h"
@@ -25,12 +26,16 @@ class Retention {
     // Is handed the paths of removed versions whose copies in the cloud are to go, too.
     using RemoveSyncedFiles = std::function<void(const std::vector<Path>& versions)>;
 
-    explicit Retention(RemoveSyncedFiles removeSyncedFiles)
-        : removeSyncedFiles_(std::move(removeSyncedFiles)) {}
+    // The list must outlive this.
+    Retention(ProjectList& list, RemoveSyncedFiles removeSyncedFiles)
+        : list_(list), removeSyncedFiles_(std::move(removeSyncedFiles)) {}
 
-    // Applies the rules to every project in the store. What cannot be removed counts as removed
-    // for the cloud, and is tried again in the next run.
+    // Applies the rules to every project in the store.
     void manageBackups();
+    // To these projects, given by the names of their folders. What cannot be removed counts as
+    // removed for the cloud, and is tried again in the next run. A project whose versions cannot be
+    // read is left alone.
+    void manageBackups(const ProjectListing& listing, const std::vector<std::string>& projects);
 
     // What manageBackups would decide now; nothing is touched.
     static RetentionPlan plan(const Path& versionFolder, const RetentionRules& rules);
@@ -51,16 +56,12 @@ class Retention {
     static bool removeEmptyFolder(const Path& folder);
 
   private:
-    // Calls `visit` with each version folder of a store, in the order of its listing, for as long
-    // as that gives true. False when there is no store.
-    using VisitFolder =
-        std::function<bool(const Path& versionFolder, std::unique_ptr<platform::Folder> folder)>;
-    static bool visitVersionFolders(const std::optional<Path>& root, const VisitFolder& visit);
     // False when the run is over. What is removed is added to `removed`.
-    static bool manageProject(const Path& versionFolder, std::unique_ptr<platform::Folder> folder,
-                              const RetentionRules& rules, std::vector<Path>& removed);
+    bool manageProject(const ProjectListing& listing, const std::string& folderName,
+                       const RetentionRules& rules, std::vector<Path>& removed);
     void warnOfPeriodCount(long stored);
 
+    ProjectList& list_;
     RemoveSyncedFiles removeSyncedFiles_;
     bool warned_ = false;
 };

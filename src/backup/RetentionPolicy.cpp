@@ -77,8 +77,17 @@ class Planning {
                 plan_.verdicts[index].period = periodKey(*date, rules_.period);
                 set(index, RetentionRule::ofItsPeriod);
                 groups_[plan_.verdicts[index].period].push_back(index);
+                noteDeletion(*date);
             }
         }
+    }
+
+    // The version comes of the age to be deleted at; ages beyond all dates never come.
+    void noteDeletion(Date date) {
+        const Seconds span = days(rules_.deletionAge.value_or(0));
+        if (!rules_.deletionAge || span >= secondsBetween(date, Date::max())) return;
+        plan_.quietUntil =
+            std::min(plan_.quietUntil, date + std::chrono::duration_cast<Date::duration>(span));
     }
 
     bool isWithItsCopy(const std::string& name) const {

@@ -49,6 +49,8 @@ struct RetentionPlan {
     // The limit of old versions was reached: the run ends after this project, deliberately; the
     // others have their turn in a later run.
     bool endsRun = false;
+    // Without a change of the versions and the rules nothing else goes before then.
+    Date quietUntil = Date::max();
 };
 
 // `files` are the visible entries of a version folder, renditions among them, in any order.

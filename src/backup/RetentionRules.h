@@ -30,6 +30,8 @@ struct RetentionRules {
     RemovalType removal = RemovalType::trash;
     // Whether what is removed here is removed in the cloud, too.
     bool removesSynced = false;
+
+    friend bool operator==(const RetentionRules&, const RetentionRules&) = default;
 };
 
 RetentionRules retentionRules(const Preferences& frontEnd);

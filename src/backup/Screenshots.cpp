@@ -23,8 +23,9 @@ Path screenshots::picturePath(const Path& folder, const std::string& filename,
     return Path(messageText("%@/%@.%@.jpg", folder, base, padNumber(number)));
 }
 
-void takeScreenshot(const Path& folder, const std::string& filename, VersionNumber backupNumber) {
-    if (!screenshots::areWanted(Preferences::frontEnd())) return;
+std::optional<Path> takeScreenshot(const Path& folder, const std::string& filename,
+                                   VersionNumber backupNumber) {
+    if (!screenshots::areWanted(Preferences::frontEnd())) return std::nullopt;
     auto& platform = platform::Platform::current();
     if (!platform.files.exists(folder)) (void)ZBFileManager::createDirectory(folder);
 
@@ -36,7 +37,8 @@ void takeScreenshot(const Path& folder, const std::string& filename, VersionNumb
     }
     ZBLog::appendLog("screenshot path2: %@", path);
     const auto picture = platform.screen.captureJPEG(pictureForm);
-    if (picture) (void)platform.files.writeFileAtomically(path, *picture);
+    if (!picture || platform.files.writeFileAtomically(path, *picture)) return std::nullopt;
+    return path;
 }
 
 }  // namespace larkspan

@@ -23,8 +23,9 @@ Path picturePath(const Path& folder, const std::string& filename, VersionNumber 
 // Takes a picture of the screen, if the user wants one, and keeps it as a JPEG of at most 1024
 // pixels in width in a folder, which is made where it is missing. Named after `filename` and the
 // number, or the next number that has no picture yet. Says in the log where it would lie; that
-// there is no picture, for whatever reason, is said nowhere. Takes a few seconds at most; not for
-// the main thread.
-void takeScreenshot(const Path& folder, const std::string& filename, VersionNumber backupNumber);
+// there is no picture, for whatever reason, is said nowhere. Gives the path of the picture that was
+// kept. Takes a few seconds at most; not for the main thread.
+std::optional<Path> takeScreenshot(const Path& folder, const std::string& filename,
+                                   VersionNumber backupNumber);
 
 }  // namespace larkspan

@@ -20,6 +20,10 @@ std::optional<Path> storeRoot(const Preferences& frontEnd) {
     return inAppSupport("Corvane/Larkspan/Projects");
 }
 
+std::string projectFolderName(const ProjectID& project) {
+    return project.text + folderSuffix;
+}
+
 Path projectFolder(const Path& root, const ProjectID& project) {
     return Path(messageText("%@/%@.localized", root, project.text));
 }

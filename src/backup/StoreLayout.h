@@ -29,6 +29,8 @@ inline constexpr const char* folderSuffix = ".localized";
 // Support; empty when the user has no such folder.
 std::optional<Path> storeRoot(const Preferences& frontEnd);
 
+// "ID.localized".
+std::string projectFolderName(const ProjectID& project);
 // "ROOT/ID.localized".
 Path projectFolder(const Path& root, const ProjectID& project);
 // The identifier in the name of a project's folder: the name without its extension.

@@ -22,7 +22,9 @@ platform::Files& files() {
 
 std::vector<platform::DirectoryEntry> entriesOf(platform::Folder* folder) {
     if (!folder) return {};
-    return folder->entries({}, platform::Sorted::no).optional().value_or(std::vector<platform::DirectoryEntry>());
+    return folder->entries({}, platform::Sorted::no)
+        .optional()
+        .value_or(std::vector<platform::DirectoryEntry>());
 }
 
 void removeListed(ListedFolder& from, const std::string& name, const Path& path, RemovalType type) {
@@ -43,9 +45,7 @@ void removeCompanion(ListedFolder& from, const std::string& name, RemovalType ty
     removeListed(from, name, path, type);
 }
 
-// The cache is looked for under the name of the folder that holds the version, "Versions", where no
-// cache lies as a rule. Deliberate: the entry of a version that is gone does no harm, and is made
-// again with the whole cache.
+// docs/behaviour.md, fixed 11
 std::optional<Path> cacheOf(const Path& versionFolder) {
     const auto caches = storelayout::cacheFolder();
     if (!caches) return std::nullopt;
@@ -68,13 +68,6 @@ std::string companionName(const std::string& name) {
     return path.deletingPathExtension().appendingPathExtension("xml").str();
 }
 
-bool mayCountAsEmpty(const ListedFolder& folder) {
-    return std::ranges::all_of(folder.entries, [](const auto& entry) {
-        const auto& [name, kind] = entry;
-        return kind == platform::EntryKind::folder || ZBFileManager::isFolderDecoration(name);
-    });
-}
-
 }  // namespace
 
 ListedFolder::ListedFolder(Path where, std::unique_ptr<platform::Folder> opened,
@@ -83,7 +76,8 @@ ListedFolder::ListedFolder(Path where, std::unique_ptr<platform::Folder> opened,
     for (const auto& [name, kind] : listed) entries.emplace(name, kind);
 }
 
-ListedFolder::ListedFolder(const Path& where) : path(where), folder(files().openFolder(where).optional().value_or(nullptr)) {
+ListedFolder::ListedFolder(const Path& where)
+    : path(where), folder(files().openFolder(where).optional().value_or(nullptr)) {
     for (auto& [name, kind] : entriesOf(folder.get())) entries.emplace(std::move(name), kind);
 }
 
@@ -107,8 +101,9 @@ void versionremoval::removeBackup(ProjectFolderListing& listing, const std::stri
     removeCompanion(listing.versions, companionName(name), removeType);
     removeCompanion(listing.screenshots, Path(name).deletingPathExtension().str() + ".jpg",
                     removeType);
-    if (mayCountAsEmpty(listing.versions)) {
-        (void)ZBFileManager::removeFolderIfEmpty(listing.versions.path);
+    // docs/behaviour.md, own 6
+    if (listing.versions.entries.empty()) {
+        (void)files().removeEmptyFolder(listing.versions.path);
     }
 }
 

@@ -19,11 +19,6 @@ platform::Files& files() {
     return platform::Platform::current().files;
 }
 
-bool isFinalCutProject(const Path& project) {
-    return lowercased(project.pathExtension()) == "fcp" ||
-           files().typeCode(project) == projectTypeCode;
-}
-
 // Whether the user's limits allow a rendition; says so in the log when they do not. A sequence is
 // smaller than its project, so that the project's size says nothing of it.
 bool isWithin(const RenditionLimits& limits, const Path& project, const Path& versions,
@@ -42,12 +37,15 @@ bool isWithin(const RenditionLimits& limits, const Path& project, const Path& ve
 
 }  // namespace
 
+bool XMLRendition::isFor(const Path& project) {
+    return lowercased(project.pathExtension()) == "fcp" ||
+           files().typeCode(project) == projectTypeCode;
+}
+
 void XMLRendition::addRendition(const Path& project, const Path& versions, VersionNumber number,
                                 const BackupOptions& options) const {
-    if (!isFinalCutProject(project)) return;
+    if (!isFor(project)) return;
     const RenditionSettings settings = renditionSettings(Preferences::frontEnd());
-    const bool removesDuplicates = !options.force && settings.removesDuplicates;
-    if (removesDuplicates) (void)Retention::removeLastDuplicateForProject(versions);
     if (settings.policy == noRenditions) {
         ZBLog::appendLog("XML backups disabled - skipping...");
         if (!options.force) return;
@@ -56,7 +54,9 @@ void XMLRendition::addRendition(const Path& project, const Path& versions, Versi
         options.force ? RenditionLimits{} : renditionLimits(settings.policy);
     if (!isWithin(limits, project, versions, number, options.uuid.has_value())) return;
     if (!write(project, versions, number, options)) return;
-    if (removesDuplicates) (void)Retention::removeLastDuplicateForProject(versions);
+    if (!options.force && settings.removesDuplicates) {
+        (void)Retention::removeLastDuplicateForProject(versions);
+    }
 }
 
 bool XMLRendition::write(const Path& project, const Path& versions, VersionNumber number,

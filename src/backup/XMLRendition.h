@@ -22,8 +22,11 @@ class XMLRendition {
 
     explicit XMLRendition(RequestXML requestXML) : requestXML_(std::move(requestXML)) {}
 
-    // For the version that was asked for under that number. Other projects have no rendition, and
-    // keep their duplicates. Failures are logged and leave the version as it is.
+    // Whether the project is one that has renditions, and loses its duplicates.
+    static bool isFor(const Path& project);
+
+    // For the version that was asked for under that number. Failures are logged and leave the
+    // version as it is.
     void addRendition(const Path& project, const Path& versions, VersionNumber number,
                       const BackupOptions& options) const;
 

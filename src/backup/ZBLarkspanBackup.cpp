@@ -4,7 +4,9 @@
 #include "host/ZBAppleEvents.h"
 #include "kit/Identifiers.h"
 #include "kit/Preferences.h"
+#include "kit/Problems.h"
 #include "kit/ZBLocalPaths.h"
+#include "kit/ZBLog.h"
 #include "platform/Applications.h"
 #include "platform/Bundles.h"
 #include "platform/Platform.h"
@@ -30,18 +32,22 @@ std::optional<std::string> xmlFromFinalCut(const Path& project,
 
 ZBLarkspanBackup::ZBLarkspanBackup()
     : list_(current().files, current().clock),
-      copy_(state_, [this](const Path& version) { uploadFileToCloud(version); }),
+      copy_(state_),
       renditions_(xmlFromFinalCut),
-      backup_(state_, copy_, renditions_, takeScreenshot),
+      backup_(state_, copy_, renditions_,
+              [this](const Path& version) { uploadFileToCloud(version); }),
       batch_(state_, list_,
              {.backupProject =
                   [this](const Path& project, const Path& versions, VersionNumber number,
                          const BackupOptions& options) {
-                      backupProject(project, versions, number, options);
+                      return backupProject(project, versions, number, options);
                   },
-              .manageBackups = [this] { manageBackups(); },
+              .manageBackups =
+                  [this](const ProjectListing& listing, const std::vector<std::string>& projects) {
+                      retention_.manageBackups(listing, projects);
+                  },
               .cacheForProject = [this](const Path& folder) { return cacheForProject(folder); }}),
-      retention_([this](const std::vector<Path>& versions) { removeSyncedFiles(versions); }),
+      retention_(list_, [this](const std::vector<Path>& versions) { removeSyncedFiles(versions); }),
       changes_({.cacheFolder = storelayout::cacheFolder,
                 .cacheFile = storelayout::cacheFile,
                 .annotationForFile = ChangeListCache::annotationForFile,
@@ -53,8 +59,17 @@ ZBLarkspanBackup::ZBLarkspanBackup()
 ZBLarkspanBackup::~ZBLarkspanBackup() = default;
 
 std::vector<ProjectEntry> ZBLarkspanBackup::projects() {
-    const auto root = storelayout::storeRoot(Preferences::frontEnd());
-    return root ? list_.projects(*root) : std::vector<ProjectEntry>();
+    auto listing = listProjects();
+    return listing ? std::move(listing->projects) : std::vector<ProjectEntry>();
+}
+
+Result<ProjectListing> ZBLarkspanBackup::listProjects(Look look) {
+    // docs/behaviour.md, own 29
+    const auto preferences = Preferences::read(Preferences::frontEndFile());
+    if (!preferences) return preferences.error();
+    const auto root = storelayout::storeRoot(*preferences);
+    if (!root) return ProjectListing();
+    return list_.list(*root, look);
 }
 
 void ZBLarkspanBackup::processProjects() {
@@ -62,17 +77,51 @@ void ZBLarkspanBackup::processProjects() {
 }
 
 void ZBLarkspanBackup::processProjectsInPath(const std::optional<Path>& path) {
-    batch_.processProjectsInPath(path);
+    if (path) {
+        ZBLog::fastAppendLog("Processing projects in %@...", *path);
+    } else {
+        ZBLog::fastAppendLog("Processing projects...");
+    }
+    const auto listing = listProjects();
+    if (!listing) {
+        logProblem("Unable to read the version store: %@", listing.error().description);
+        return;
+    }
+    processProjects(*listing, path ? ProjectFilter([&](const Path& project) {
+        return project.hasPrefix(path->str());
+    })
+                                   : ProjectFilter());
 }
 
-void ZBLarkspanBackup::backupProject(const Path& project, const Path& toPath,
-                                     VersionNumber withNumber, const BackupOptions& options) {
-    backup_.backupProject(project, toPath, withNumber, options);
+void ZBLarkspanBackup::processProjects(const ProjectListing& listing, const ProjectFilter& wanted) {
+    batch_.processProjects(listing, wanted);
+}
+
+void ZBLarkspanBackup::processUnrestedProjects(const ProjectListing& listing) {
+    const Seconds uptime = current().clock.uptime();
+    batch_.processProjects(listing, [&](const Path& project) {
+        return state_.unrested.with(
+            [&](const auto& unrested) { return unrested.isDue(project, uptime); });
+    });
+    state_.unrested.with([&](auto& unrested) { unrested.forgetOverdue(uptime); });
+}
+
+std::optional<Seconds> ZBLarkspanBackup::nextUnrestedProject() const {
+    return state_.unrested.with([](const auto& unrested) { return unrested.nextLook(); });
+}
+
+BackupOutcome ZBLarkspanBackup::backupProject(const Path& project, const Path& toPath,
+                                              VersionNumber withNumber,
+                                              const BackupOptions& options) {
+    return backup_.backupProject(project, toPath, withNumber, options);
 }
 
 std::optional<Error> ZBLarkspanBackup::backupProjectFile(const Path& project, const Path& toPath,
                                                          VersionNumber withNumber) {
-    return copy_.backupProjectFile(project, toPath, withNumber);
+    const auto version = copy_.backupProjectFile(project, toPath, withNumber);
+    if (!version) return version.error();
+    uploadFileToCloud(*version);
+    return std::nullopt;
 }
 
 unsigned long ZBLarkspanBackup::backupGapForProject(const Path& project, const Path& destination,
@@ -150,7 +199,7 @@ void ZBLarkspanBackup::updateChangelistForItem(const Path& version) {
 
 void ZBLarkspanBackup::takeScreenshot(const Path& folder, const std::string& filename,
                                       VersionNumber backupNumber) {
-    larkspan::takeScreenshot(folder, filename, backupNumber);
+    (void)larkspan::takeScreenshot(folder, filename, backupNumber);
 }
 
 DBRestClient* ZBLarkspanBackup::restClient() {

@@ -41,18 +41,29 @@ class ZBLarkspanBackup {
 
     // ---- known projects and batch runs ----
 
-    // The projects that the store knows, in the order of its listing. Any thread.
+    // The projects that the store knows, in the order of its listing; those that cannot be read are
+    // left out. Any thread.
     std::vector<ProjectEntry> projects();
-    // Takes a version of every known project whose file is newer than its newest version.
+    // The same with what could not be read, as a run works with it.
+    Result<ProjectListing> listProjects(Look look = Look::atEverySetting);
+    // Takes a version of every known project whose file was saved since its newest version.
     void processProjects();
     // The same for the projects whose expanded path begins with `path`; all without one.
     void processProjectsInPath(const std::optional<Path>& path);
+    // The same for the wanted projects of a listing; all without a filter.
+    void processProjects(const ProjectListing& listing, const ProjectFilter& wanted = {});
+    // The same for the projects that were set aside because they were being written, as far as
+    // their moment has come.
+    void processUnrestedProjects(const ProjectListing& listing);
+    // The moment (uptime) at which the next of these is to be looked at; empty when there is none.
+    // Any thread.
+    std::optional<Seconds> nextUnrestedProject() const;
 
     // ---- one version ----
 
     // Takes one version of a project into a version folder. Failures are logged.
-    void backupProject(const Path& project, const Path& toPath, VersionNumber withNumber,
-                       const BackupOptions& options = {});
+    BackupOutcome backupProject(const Path& project, const Path& toPath, VersionNumber withNumber,
+                                const BackupOptions& options = {});
     // The copy alone; empty on success.
     std::optional<Error> backupProjectFile(const Path& project, const Path& toPath,
                                            VersionNumber withNumber);

@@ -19,6 +19,10 @@ struct Error {
 // Domain of errors that the operating system reported; `code` is an errno value.
 inline constexpr const char* posixErrorDomain = "NSPOSIXErrorDomain";
 
+// Whether an error says that nothing is there, also where a link leads nowhere or a file stands in
+// the place of a folder. Any other error leaves open what is there.
+bool isMissing(const Error& error);
+
 // The error for an errno value: "<what>: <the system's words>".
 Error posixError(int errorNumber, const std::string& what);
 

@@ -31,7 +31,12 @@ Store::Store(Path root)
 
 std::vector<StoredProject> Store::projects() {
     std::vector<StoredProject> projects;
-    for (const ProjectEntry& entry : list_.projects(root_)) {
+    const auto listing = list_.list(root_);
+    if (!listing) {
+        unreadable_.insert_or_assign(root_, listing.error());
+        return projects;
+    }
+    for (const ProjectEntry& entry : listing->projects) {
         projects.push_back({entry.projectID, ZBLocalPaths::expandingTilde(entry.path)});
     }
     return projects;

@@ -40,7 +40,7 @@ class Store {
 
     // In the order of the store's listing; none when there is no store.
     std::vector<StoredProject> projects();
-    // Project folders whose settings could not be read in any call of projects().
+    // The store, or project folders in it, that could not be read in any call of projects().
     const std::map<Path, Error>& unreadable() const { return unreadable_; }
 
     // The versions of a project by number. Hidden names and what bears no number are no versions;

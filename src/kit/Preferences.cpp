@@ -44,10 +44,6 @@ void complainOnce(const Path& file, const Error& error) {
     ZBLog::fastAppendLog("Unable to read preferences file %@: %@", file, error.description);
 }
 
-bool isMissing(const Error& error) {
-    return error.is(posixErrorDomain, ENOENT);
-}
-
 // A change takes milliseconds; another that takes longer has come to a standstill.
 constexpr Seconds longestWaitForOthers{5};
 

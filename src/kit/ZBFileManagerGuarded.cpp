@@ -19,10 +19,6 @@ platform::Platform& current() {
     return platform::Platform::current();
 }
 
-bool isMissing(const Error& error) {
-    return error.is(posixErrorDomain, ENOENT);
-}
-
 // Administrator rights mend a lack of rights, not a full disk or a file in the way.
 bool mayAuthorize(const Error& error, ShouldAuth shouldAuth) {
     const bool rightsAreMissing =

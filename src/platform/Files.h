@@ -106,10 +106,6 @@ inline constexpr const char* filesErrorDomain = "FilesErrorDomain";
 // Code in filesErrorDomain: the source of a copy changed while it was being copied.
 inline constexpr long sourceChangedDuringCopy = 1;
 
-// Whether an error says that nothing is there, also where a link leads nowhere or a file stands in
-// the place of a folder. Any other error leaves open what is there.
-bool isMissing(const Error& error);
-
 // Copies, writes and removals under way have a name made of one of these and a UUID. They are
 // nobody's files: listings give them, whoever looks for files to keep leaves them out.
 inline constexpr std::string_view temporaryCopyPrefix = ".larkspan-copy-";
@@ -183,6 +179,8 @@ class Files {
     // is first moved to a temporary name. Where something in it cannot be removed, what is left
     // goes back to its name.
     virtual std::optional<Error> removeItem(const Path& path) = 0;
+    // Removes a folder that holds nothing, else ENOTEMPTY.
+    virtual std::optional<Error> removeEmptyFolder(const Path& path) = 0;
 
     virtual std::optional<Error> setPermissions(const Path& path, unsigned permissions) = 0;
     virtual std::optional<Error> setModificationDate(const Path& path, Date date) = 0;

@@ -43,11 +43,11 @@ class DiscoveryTest : public testing::StoreTest {
         return Value::Dictionary{{"folder", folder}, {"extensions", extensions}};
     }
 
-    ProjectDiscovery discovery{[this] {
-        std::vector<Path> paths;
-        for (const std::string& path : registered()) paths.emplace_back(path);
-        return paths;
-    }};
+    void discover(const std::optional<Path>& path = std::nullopt) {
+        ProjectDiscovery::Known known;
+        for (const std::string& project : registered()) known.insert(Path(project));
+        (void)ProjectDiscovery::populateProjectsFromWatchFolders(known, path);
+    }
 };
 
 TEST_F(DiscoveryTest, MatchesExtensionsInAnyCase) {
@@ -125,7 +125,7 @@ TEST_F(DiscoveryTest, RegistersAndAnnouncesNewProjects) {
     file("/W/Film/CurrentVersion.fcpproject/data");
     file("/W/Cut.prproj");
     watch({entry("/W", "fcpproject,prproj")});
-    discovery.populateProjectsFromWatchFolders();
+    discover();
     EXPECT_THAT(registered(),
                 UnorderedElementsAre("/W/Film/CurrentVersion.fcpproject", "/W/Cut.prproj"));
     const auto notices = fake.userNotifications.posted();
@@ -137,7 +137,7 @@ TEST_F(DiscoveryTest, RegistersAndAnnouncesNewProjects) {
     // One for each folder in which something was found.
     EXPECT_EQ(storeChangesAnnounced(), 2U);
 
-    discovery.populateProjectsFromWatchFolders();
+    discover();
     EXPECT_EQ(registered().size(), 2U);
     EXPECT_EQ(storeChangesAnnounced(), 2U);
 }
@@ -145,7 +145,7 @@ TEST_F(DiscoveryTest, RegistersAndAnnouncesNewProjects) {
 TEST_F(DiscoveryTest, CanBeSilent) {
     file("/W/a.fcp");
     watch({entry("/W", "fcp")}, {{"showGrowlAlerts", 0}});
-    discovery.populateProjectsFromWatchFolders();
+    discover();
     EXPECT_EQ(registered().size(), 1U);
     EXPECT_THAT(fake.userNotifications.posted(), IsEmpty());
     EXPECT_EQ(storeChangesAnnounced(), 1U);
@@ -154,7 +154,7 @@ TEST_F(DiscoveryTest, CanBeSilent) {
 TEST_F(DiscoveryTest, OverlappingWatchFoldersRegisterAProjectOnce) {
     for (int i = 0; i < 20; ++i) file("/W/in/" + std::to_string(i) + ".fcp");
     watch({entry("/W", "fcp"), entry("/W/in", "fcp"), entry("/W/in", "fcp"), entry("/W", "fcp")});
-    discovery.populateProjectsFromWatchFolders();
+    discover();
     EXPECT_EQ(registered().size(), 20U);
 }
 
@@ -164,9 +164,9 @@ TEST_F(DiscoveryTest, LooksOnDrives) {
     fake.volumes.mount(Path("/Other"));
     fake.volumes.mount(Path("/Volumes/Disk"));
     watch({}, {{"watchDriveFolders", Value::Array{entry("Projects", "fcp"), entry("", "fcp")}}});
-    discovery.populateProjectsFromWatchFolders(Path("/Volumes/Disk"));
+    discover(Path("/Volumes/Disk"));
     EXPECT_THAT(registered(), IsEmpty());
-    discovery.populateProjectsFromWatchFolders();
+    discover();
     EXPECT_THAT(registered(), ElementsAre("/Volumes/Disk/Projects/a.fcp"));
     EXPECT_THAT(loggedLines(),
                 Contains("Populating projects from folders: ({extensions = \"fcp\"; folder = "

@@ -45,7 +45,8 @@ class RetentionTest : public testing::StoreTest {
     }
 
     std::vector<Path> synced;
-    Retention retention{[this](const std::vector<Path>& versions) {
+    ProjectList list{fake.files, fake.clock};
+    Retention retention{list, [this](const std::vector<Path>& versions) {
         synced.insert(synced.end(), versions.begin(), versions.end());
     }};
 };

@@ -151,9 +151,9 @@ Result<std::vector<DirectoryEntry>> FakeFiles::contentsOfFolder(const Path& path
 }
 
 Result<std::unique_ptr<Folder>> FakeFiles::openFolder(const Path& path) {
-    return OpenFolder::opened(
-        *this, state_.with([&](State& state) { return state.tree.find(path); }),
-        "opening folder " + path.str());
+    return OpenFolder::opened(*this,
+                              state_.with([&](State& state) { return state.tree.find(path); }),
+                              "opening folder " + path.str());
 }
 
 Result<std::string> FakeFiles::readFile(const Path& path, size_t largestSize) {
@@ -278,6 +278,15 @@ int FakeFiles::moveNode(State& state, const Path& source, const Path& target) {
 std::optional<Error> FakeFiles::removeItem(const Path& path) {
     return change("removing " + path.str(),
                   [&](State& state) { return takeAway(state.tree.find(path, LastLink::keep)); });
+}
+
+std::optional<Error> FakeFiles::removeEmptyFolder(const Path& path) {
+    return change("removing folder " + path.str(), [&](State& state) {
+        const auto found = state.tree.find(path, LastLink::keep);
+        if (found.failed == 0 && found.node->kind != EntryKind::folder) return ENOTDIR;
+        if (found.failed == 0 && !found.node->entries.empty()) return ENOTEMPTY;
+        return takeAway(found);
+    });
 }
 
 int FakeFiles::takeAway(const FakeFileTree::Found& found) {

@@ -177,6 +177,11 @@ std::optional<Error> FaultyFiles::removeItem(const Path& path) {
     return files_.removeItem(path);
 }
 
+std::optional<Error> FaultyFiles::removeEmptyFolder(const Path& path) {
+    if (auto error = refused(FileOperation::removeItem, path)) return error;
+    return files_.removeEmptyFolder(path);
+}
+
 std::optional<Error> FaultyFiles::setPermissions(const Path& path, unsigned permissions) {
     if (auto error = refused(FileOperation::setPermissions, path)) return error;
     return files_.setPermissions(path, permissions);

@@ -65,6 +65,7 @@ class FaultyFiles final : public Files {
     int removeAbandonedCopies(const Path& folder) override;
     std::optional<Error> moveItem(const Path& source, const Path& target) override;
     std::optional<Error> removeItem(const Path& path) override;
+    std::optional<Error> removeEmptyFolder(const Path& path) override;
     std::optional<Error> setPermissions(const Path& path, unsigned permissions) override;
     std::optional<Error> setModificationDate(const Path& path, Date date) override;
     bool isLocked(const Path& path) override;

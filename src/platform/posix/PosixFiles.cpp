@@ -139,6 +139,10 @@ std::optional<Error> PosixFiles::removeItem(const Path& path) {
     return removePath(calls_, path);
 }
 
+std::optional<Error> PosixFiles::removeEmptyFolder(const Path& path) {
+    return outcome(::rmdir(systemName(path)), "removing folder " + path.str());
+}
+
 std::optional<Error> PosixFiles::setPermissions(const Path& path, unsigned permissions) {
     return outcome(::chmod(systemName(path), static_cast<mode_t>(permissions & 07777)),
                    "setting permissions of " + path.str());
