@@ -30,14 +30,15 @@ std::optional<ProjectEntry> entryOf(const Value& settings, const std::string& fo
 
 ProjectList::Seen ProjectList::seen(const platform::FileInfo& info) const {
     const Date newest = std::max(info.modificationDate, info.attributeChangeDate);
-    return {info.identity, info.size, info.modificationDate, info.attributeChangeDate,
-            secondsBetween(newest, clock_.now()) > coarsestDates};
+    return {info, secondsBetween(newest, clock_.now()) > coarsestDates};
 }
 
 bool ProjectList::isUnchanged(const std::optional<Seen>& before, const platform::FileInfo& now) {
-    return before && before->settled && before->identity == now.identity &&
-           before->size == now.size && before->modificationDate == now.modificationDate &&
-           before->attributeChangeDate == now.attributeChangeDate;
+    if (!before || !before->settled) return false;
+    const platform::FileInfo& then = before->info;
+    return then.identity == now.identity && then.size == now.size &&
+           then.modificationDate == now.modificationDate &&
+           then.attributeChangeDate == now.attributeChangeDate;
 }
 
 Result<ProjectListing> ProjectList::list(const Path& root, Look look) {
@@ -153,7 +154,6 @@ std::optional<Error> ProjectList::lookAtVersions(platform::Folder& store,
     known.versionsLookedAtIn = listings_;
     if (info && isUnchanged(known.versions, *info)) return {};
     known.versions.reset();
-    known.quiet.reset();
     known.newestName.reset();
     known.versionCount = 0;
     if (!info) return {};
@@ -183,17 +183,25 @@ bool ProjectList::hasNothingToRemove(platform::Folder& store, const std::string&
                                      const RetentionRules& rules) {
     const std::lock_guard lock(mutex_);
     Known& known = known_[folderName];
-    if (known.versionsLookedAtIn != listings_ && lookAtVersions(store, folderName, known)) {
-        return false;
+    known.versionsForRetention.reset();
+    if (known.versions && known.versionsLookedAtIn == listings_) {
+        known.versionsForRetention = known.versions;
+    } else if (const auto info = store.info(folderName + "/" + storelayout::versionsName)) {
+        known.versionsForRetention = seen(*info);
     }
-    return known.versions && known.versions->settled && known.quiet &&
-           known.quiet->rules == rules && clock_.now() < known.quiet->until;
+    return known.versionsForRetention && known.quiet && known.quiet->rules == rules &&
+           isUnchanged(known.quiet->versions, known.versionsForRetention->info) &&
+           clock_.now() < known.quiet->until;
 }
 
 void ProjectList::noteNothingToRemove(const std::string& folderName, const RetentionRules& rules,
                                       Date until) {
     const std::lock_guard lock(mutex_);
-    known_[folderName].quiet = Quiet{rules, until};
+    Known& known = known_[folderName];
+    known.quiet.reset();
+    if (known.versionsForRetention) {
+        known.quiet = Quiet{rules, until, *known.versionsForRetention};
+    }
 }
 
 std::optional<long> ProjectList::versionCount(const std::string& folderName) {

@@ -79,11 +79,12 @@ class ProjectList {
                                                        const std::string& folderName);
 
     // Whether the project's versions are those of which noteNothingToRemove() was told, for the
-    // same rules and a later time. Looks at the version folder unless newestVersion() did so since
-    // the last list().
+    // same rules and a time not before its end. Looks at the version folder unless newestVersion()
+    // did so since the last list().
     bool hasNothingToRemove(platform::Folder& store, const std::string& folderName,
                             const RetentionRules& rules);
-    // Retention has nothing to do for the project before `until`, while its versions are the same.
+    // Retention has nothing to do for the project before `until`, while its versions are those of
+    // the last hasNothingToRemove().
     void noteNothingToRemove(const std::string& folderName, const RetentionRules& rules,
                              Date until);
     // The number of visible entries of the version folder at the last look; empty when unknown.
@@ -100,10 +101,7 @@ class ProjectList {
   private:
     // The state of a file or folder when it was read.
     struct Seen {
-        platform::FileIdentity identity;
-        std::uint64_t size = 0;
-        Date modificationDate;
-        Date attributeChangeDate;
+        platform::FileInfo info;
         bool settled = false;  // old enough to be trusted
     };
     struct ListingOrder {
@@ -112,6 +110,7 @@ class ProjectList {
     struct Quiet {
         RetentionRules rules;
         Date until;
+        Seen versions;
     };
     struct Known {
         std::optional<Seen> settings;
@@ -120,6 +119,7 @@ class ProjectList {
         std::optional<Seen> versions;
         std::optional<std::string> newestName;
         long versionCount = 0;
+        std::optional<Seen> versionsForRetention;
         std::optional<Quiet> quiet;
         std::optional<Seen> settledProject;
         long versionsLookedAtIn = 0;  // the number of the listing

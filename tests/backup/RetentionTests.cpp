@@ -45,10 +45,10 @@ class RetentionTest : public testing::StoreTest {
     }
 
     std::vector<Path> synced;
-    ProjectList list{fake.files, fake.clock};
+    ProjectList list{fake.faults, fake.clock};
     Retention retention{list, [this](const std::vector<Path>& versions) {
-        synced.insert(synced.end(), versions.begin(), versions.end());
-    }};
+                            synced.insert(synced.end(), versions.begin(), versions.end());
+                        }};
 };
 
 TEST_F(RetentionTest, RemovesVersionsWithWhatBelongsToThem) {
