@@ -162,11 +162,12 @@ class Files {
     // name whole or not at all, also when the process is killed or the disk fills up, and is on
     // disk when this returns: it is made under a hidden temporary name beside the target, synced,
     // and renamed without replacing (EEXIST when something is there by then). Times are kept to
-    // the nanosecond, permissions too, extended attributes as far as the file system of the target
-    // takes them; the owner is who copies. Links inside a tree stay links; a link given as the
-    // source is followed. Devices, pipes and sockets inside a tree are left out; as the source they
-    // give EINVAL, as does a folder that is to be copied into itself. When the source changed while
-    // it was read, a tree anywhere in it, the copy is dropped with sourceChangedDuringCopy.
+    // the nanosecond, or rounded up to what the file system keeps; permissions too, extended
+    // attributes as far as the file system of the target takes them; the owner is who copies. Links
+    // inside a tree stay links; a link given as the source is followed. Devices, pipes and sockets
+    // inside a tree are left out; as the source they give EINVAL, as does a folder that is to be
+    // copied into itself. When the source changed while it was read, a tree anywhere in it, the
+    // copy is dropped with sourceChangedDuringCopy.
     virtual std::optional<Error> copyItem(const Path& source, const Path& target) = 0;
 
     // Removes temporary items in the folder that a copy, write or removal of a process that no
@@ -183,6 +184,7 @@ class Files {
     virtual std::optional<Error> removeEmptyFolder(const Path& path) = 0;
 
     virtual std::optional<Error> setPermissions(const Path& path, unsigned permissions) = 0;
+    // Rounded up where the file system does not keep it to the nanosecond.
     virtual std::optional<Error> setModificationDate(const Path& path, Date date) = 0;
 
     // The attribute that keeps an item from being changed, moved or removed, whatever its

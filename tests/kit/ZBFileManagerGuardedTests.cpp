@@ -22,7 +22,7 @@ class GuardedFilesTest : public testing::FakePlatformTest {
         ZBLog::finishWriting();
         writeFile(file, "content");
     }
-    bool isThere(const Path& path) { return fake.files.linkInfo(path).has_value(); }
+    bool isThere(const Path& path) { return static_cast<bool>(fake.files.linkInfo(path)); }
     Path inTrash(const std::string& name) {
         return fake.places.homeDirectory() / fake.places.trashFolderInHome() / name;
     }

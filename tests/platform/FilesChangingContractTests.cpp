@@ -209,12 +209,23 @@ TEST_P(FilesContract, RemovesFilesLinksAndTrees) {
     EXPECT_THAT(names(at("kept")), ElementsAre("file"));
 }
 
+TEST_P(FilesContract, OnlyAnEmptyFolderIsRemovedAsOne) {
+    makeFolder(at("full/hidden/.below"));
+    write(at("file"), "");
+    EXPECT_EQ(codeOf(files().removeEmptyFolder(at("full"))), ENOTEMPTY);
+    EXPECT_EQ(codeOf(files().removeEmptyFolder(at("file"))), ENOTDIR);
+    EXPECT_EQ(codeOf(files().removeEmptyFolder(at("missing"))), ENOENT);
+    EXPECT_EQ(codeOf(files().removeEmptyFolder(at("full/hidden/.below"))), 0);
+    EXPECT_FALSE(files().exists(at("full/hidden/.below")));
+}
+
 TEST_P(FilesContract, AnOpenFolderRemovesItsFilesAndLinks) {
     makeFolder(at("in/kept"));
     write(at("in/file"), "");
     makeLink(at("in/link"), "kept");
-    const auto folder = files().openFolder(at("in"));
-    ASSERT_TRUE(folder);
+    const auto opened = files().openFolder(at("in"));
+    ASSERT_TRUE(opened);
+    const auto& folder = *opened;
     EXPECT_NE(codeOf(folder->removeFile("kept")), 0);
     for (const char* name : {"file", "link"}) {
         EXPECT_EQ(codeOf(folder->removeFile(name)), 0) << name;
@@ -253,7 +264,7 @@ TEST_P(FilesContract, LockedItemsStay) {
     }
     EXPECT_TRUE(files().isLocked(at("file")));
     EXPECT_EQ(codeOf(files().removeItem(at("file"))), EPERM);
-    EXPECT_EQ(codeOf(files().openFolder(at(""))->removeFile("file")), EPERM);
+    EXPECT_EQ(codeOf((*files().openFolder(at("")))->removeFile("file")), EPERM);
     EXPECT_EQ(codeOf(files().moveItem(at("file"), at("other"))), EPERM);
     EXPECT_FALSE(files().setLocked(at("file"), false));
     EXPECT_FALSE(files().removeItem(at("file")));

@@ -26,13 +26,14 @@ TEST_P(FilesContract, ListsInListingOrderWithKinds) {
         DirectoryEntry{"new\nline 100%", EntryKind::file}, DirectoryEntry{"Pipe", EntryKind::other},
         DirectoryEntry{"\xff\xfe", EntryKind::file});
     EXPECT_THAT(*files().contentsOfFolder(at("")), expected);
-    const auto folder = files().openFolder(at(""));
-    ASSERT_TRUE(folder);
-    for (int i = 0; i < 2; ++i) EXPECT_THAT(folder->entries(), expected) << "time " << i;
-    EXPECT_THAT(folder->entries([](auto, EntryKind kind) { return kind == EntryKind::folder; }),
+    const auto opened = files().openFolder(at(""));
+    ASSERT_TRUE(opened);
+    const auto& folder = *opened;
+    for (int i = 0; i < 2; ++i) EXPECT_THAT(*folder->entries(), expected) << "time " << i;
+    EXPECT_THAT(*folder->entries([](auto, EntryKind kind) { return kind == EntryKind::folder; }),
                 ElementsAre(DirectoryEntry{"b", EntryKind::folder}));
-    EXPECT_THAT(folder->entries({}, platform::Sorted::no),
-                ::testing::UnorderedElementsAreArray(folder->entries()));
+    EXPECT_THAT(*folder->entries({}, platform::Sorted::no),
+                ::testing::UnorderedElementsAreArray(*folder->entries()));
     EXPECT_EQ(codeOf(files().contentsOfFolder(at("missing"))), ENOENT);
     EXPECT_EQ(codeOf(files().contentsOfFolder(at("C"))), ENOTDIR);
 }
@@ -50,18 +51,20 @@ TEST_P(FilesContract, OpenFolderActsOnWhatIsInIt) {
     makeLink(at("sub/dangling"), "nowhere");
     makeLink(at("sub/toFile"), "file");
     const auto root = files().openFolder(at(""));
-    const auto sub = root->openFolder("toSub");
-    ASSERT_TRUE(sub);
+    const auto opened = (*root)->openFolder("toSub");
+    ASSERT_TRUE(opened);
+    const auto& sub = *opened;
     EXPECT_TRUE(sub->openFolder("below"));
-    EXPECT_FALSE(sub->openFolder("file"));
-    EXPECT_FALSE(sub->openFolder("missing"));
-    EXPECT_FALSE(files().openFolder(at("sub/file")));
-    EXPECT_FALSE(files().openFolder(at("missing")));
+    EXPECT_EQ(codeOf(sub->openFolder("file")), ENOTDIR);
+    EXPECT_EQ(codeOf(sub->openFolder("missing")), ENOENT);
+    EXPECT_EQ(codeOf(files().openFolder(at("sub/file"))), ENOTDIR);
+    EXPECT_EQ(codeOf(files().openFolder(at("missing"))), ENOENT);
 
     EXPECT_EQ(sub->info("toFile")->size, 5U);
     EXPECT_TRUE(sub->info("toFile")->isFile());
-    EXPECT_FALSE(sub->info("dangling"));
-    EXPECT_FALSE(sub->info("missing"));
+    for (const char* missing : {"dangling", "missing", "file/below"}) {
+        EXPECT_TRUE(isMissing(sub->info(missing).error())) << missing;
+    }
     EXPECT_EQ(sub->info()->identity, files().info(at("sub"))->identity);
     EXPECT_EQ(*sub->readFile("toFile", 5), "12345");
     EXPECT_EQ(codeOf(sub->readFile("file", 4)), EFBIG);
@@ -76,7 +79,7 @@ TEST_P(FilesContract, TellsFactsOfWhatIsThere) {
     makeLink(at("dangling"), "nowhere");
     makeLink(at("loop"), "loop");
     makePipe(at("pipe"));
-    const auto kind = [](const std::optional<platform::FileInfo>& info) {
+    const auto kind = [](const Result<platform::FileInfo>& info) {
         return info ? std::optional(info->kind) : std::nullopt;
     };
     struct Case {
@@ -185,7 +188,8 @@ TEST_P(FilesContract, RightsDecideWhatMayBeDone) {
     EXPECT_EQ(codeOf(files().moveItem(at("closed/file"), at("moved"))), EACCES);
     EXPECT_EQ(codeOf(files().openForAppending(at("closed/file"))), EACCES);
     ASSERT_FALSE(files().setPermissions(at("closed"), 0));
-    EXPECT_FALSE(files().openFolder(at("closed")));
+    EXPECT_EQ(codeOf(files().openFolder(at("closed"))), EACCES);
+    EXPECT_EQ(codeOf(files().info(at("closed/file"))), EACCES);
     EXPECT_EQ(codeOf(files().contentsOfFolder(at("closed"))), EACCES);
     ASSERT_FALSE(files().setPermissions(at("closed"), 0755));
 }

@@ -3,7 +3,9 @@
 #include "platform/linux/LinuxFileCalls.h"
 #include "platform/posix/PosixFiles.h"
 
+#include <array>
 #include <cerrno>
+#include <chrono>
 #include <functional>
 #include <optional>
 
@@ -18,6 +20,7 @@ struct HookedCalls : platform::LinuxFileCalls {
     Hook beforeRename;
     Hook beforeSync;
     size_t largestRange = SIZE_MAX;
+    std::chrono::nanoseconds dateStep{1};  // dates are cut off to it
 
     int cloneFile(int source, int target) const override {
         return clones ? LinuxFileCalls::cloneFile(source, target) : EOPNOTSUPP;
@@ -31,6 +34,16 @@ struct HookedCalls : platform::LinuxFileCalls {
                                const char* target) const override {
         if (const auto answer = ask(beforeRename)) return *answer;
         return LinuxFileCalls::renameWithoutReplacing(sourceFolder, source, targetFolder, target);
+    }
+    int setDates(int folder, const char* name,
+                 const std::array<timespec, 2>& times) const override {
+        const long long step = dateStep.count();
+        constexpr long long perSecond = 1'000'000'000;
+        std::array<timespec, 2> cut = times;
+        const long long moment = cut[1].tv_sec * perSecond + cut[1].tv_nsec;
+        const long long kept = moment / step * step;
+        cut[1] = {static_cast<time_t>(kept / perSecond), static_cast<long>(kept % perSecond)};
+        return LinuxFileCalls::setDates(folder, name, cut);
     }
     int sync(int descriptor) const override {
         if (const auto answer = ask(beforeSync)) return *answer;

@@ -19,6 +19,7 @@ namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
+using namespace std::chrono_literals;
 
 class LinuxCopyTest : public ::testing::Test {
   protected:
@@ -47,6 +48,37 @@ class LinuxCopyTest : public ::testing::Test {
     TemporaryFolder folder_;
     HookedFiles files_;
 };
+
+TEST_F(LinuxCopyTest, NoDateIsEarlierThanItsSourcesWhereDatesAreCutOff) {
+    const Date date = dateFromUnixTime(1'700'000'001, 123'456'789);
+    const auto rounded = [](long long seconds, long nanoseconds) {
+        return dateFromUnixTime(seconds, nanoseconds);
+    };
+    const std::pair<std::chrono::nanoseconds, Date> cases[] = {
+        {1ns, date},
+        {100ns, rounded(1'700'000'001, 123'456'800)},
+        {1us, rounded(1'700'000'001, 123'457'000)},
+        {10ms, rounded(1'700'000'001, 130'000'000)},
+        {1s, rounded(1'700'000'002, 0)},
+        {2s, rounded(1'700'000'002, 0)},
+    };
+    write("file", "x");
+    write("tree/inside", "x");
+    for (const auto& [step, expected] : cases) {
+        files_.dateStep = 1ns;
+        for (const char* name : {"file", "tree"}) {
+            ASSERT_FALSE(files_.setModificationDate(at(name), date));
+        }
+        files_.dateStep = step;
+        for (const char* name : {"file", "tree"}) {
+            (void)files_.removeItem(at("copy"));
+            ASSERT_FALSE(files_.copyItem(at(name), at("copy")));
+            EXPECT_EQ(files_.info(at("copy"))->modificationDate, expected) << name << step.count();
+            ASSERT_FALSE(files_.setModificationDate(at("copy"), date));
+            EXPECT_EQ(files_.info(at("copy"))->modificationDate, expected) << name << step.count();
+        }
+    }
+}
 
 TEST_F(LinuxCopyTest, EveryWayOfCopyingGivesTheSame) {
     std::string bytes;
@@ -255,7 +287,7 @@ TEST_F(LinuxCopyTest, TreesDeeperThanAnyPathGoWithFewDescriptors) {
     const auto error = files_.copyItem(at("deep"), at("copy"));
     EXPECT_FALSE(error) << error->description.substr(error->description.size() - 80);
     int levels = 0;
-    for (auto level = files_.openFolder(at("copy")); level; level = level->openFolder(name)) {
+    for (auto level = files_.openFolder(at("copy")); level; level = (*level)->openFolder(name)) {
         ++levels;
     }
     EXPECT_EQ(levels, depth);

@@ -77,6 +77,12 @@ int FileCalls::sync(int descriptor) const {
     return retrying([&] { return ::fsync(descriptor); }) == 0 ? 0 : errno;
 }
 
+int FileCalls::setDates(int folder, const char* name, const std::array<timespec, 2>& times) const {
+    const int result =
+        name ? ::utimensat(folder, name, times.data(), 0) : ::futimens(folder, times.data());
+    return result == 0 ? 0 : errno;
+}
+
 int FileCalls::setImmutable(const char*, bool) const {
     return EOPNOTSUPP;
 }

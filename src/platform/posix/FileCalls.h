@@ -2,6 +2,7 @@
 
 #include "platform/Files.h"
 
+#include <array>
 #include <ctime>
 #include <optional>
 #include <string>
@@ -34,6 +35,10 @@ class FileCalls {
 
     // Returns when the content and the facts of an open file or folder are on disk.
     virtual int sync(int descriptor) const;
+
+    // Sets the dates of access and modification of an entry, or of the open item itself when `name`
+    // is null, as far as the file system keeps them.
+    virtual int setDates(int folder, const char* name, const std::array<timespec, 2>& times) const;
 
     // Whether an attribute of the entry itself, links not followed, forbids to remove it or, for
     // a folder, to remove what is in it.

@@ -1,6 +1,7 @@
 #include "platform/posix/FileCopy.h"
 
 #include "platform/posix/FileContents.h"
+#include "platform/posix/FileDates.h"
 #include "platform/posix/FileFacts.h"
 #include "platform/posix/SystemCall.h"
 
@@ -128,7 +129,7 @@ int copyAttributes(const FileCalls& calls, int source, const struct stat& status
     if (made->st_gid != status.st_gid) mode &= ~static_cast<mode_t>(S_ISGID);
     if (::fchmod(target, mode) != 0) return errno;
     const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
-    return ::futimens(target, times.data()) == 0 ? 0 : errno;
+    return setDatesRoundedUp(calls, target, nullptr, times);
 }
 
 }  // namespace larkspan::platform

@@ -4,6 +4,7 @@
 #include "platform/posix/AdvisoryLock.h"
 #include "platform/posix/ContentComparison.h"
 #include "platform/posix/FileContents.h"
+#include "platform/posix/FileDates.h"
 #include "platform/posix/FileFacts.h"
 #include "platform/posix/PosixFolder.h"
 #include "platform/posix/SystemCall.h"
@@ -152,8 +153,9 @@ std::optional<Error> PosixFiles::setModificationDate(const Path& path, Date date
     std::array<timespec, 2> times{};
     times[0].tv_nsec = UTIME_OMIT;
     times[1] = timespecFromDate(date);
-    return outcome(::utimensat(AT_FDCWD, systemName(path), times.data(), 0),
-                   "setting the modification date of " + path.str());
+    const int failed = setDatesRoundedUp(calls_, AT_FDCWD, systemName(path), times);
+    if (failed == 0) return {};
+    return posixError(failed, "setting the modification date of " + path.str());
 }
 
 bool PosixFiles::isLocked(const Path& path) {
