@@ -45,6 +45,7 @@ struct BatchRun::Run {
     long unchanged = 0;
     std::vector<Path> processed;
     std::set<std::string> processedNames;
+    std::set<std::string> unreadable = {};  // names of the folders of projects
     std::vector<std::string> versioned = {};  // names of the folders of projects with new versions
 };
 
@@ -87,7 +88,8 @@ void BatchRun::processProjects(const ProjectListing& listing, const ProjectFilte
         ZBLog::appendLog("Unchanged projects: %li", run.unchanged);
         run.versioned.clear();
         for (const ProjectEntry& entry : listing.projects) {
-            run.versioned.push_back(storelayout::projectFolderName(entry.projectID));
+            std::string name = storelayout::projectFolderName(entry.projectID);
+            if (!run.unreadable.contains(name)) run.versioned.push_back(std::move(name));
         }
     }
     actions_.manageBackups(listing, run.versioned);
@@ -110,6 +112,7 @@ void BatchRun::processProject(Run& run, const ProjectEntry& entry, Path project)
         // docs/behaviour.md, own 5
         logProblem("Unable to read the versions of project %@: %@", project,
                    newest.error().description);
+        run.unreadable.insert(std::move(folderName));
         return;
     }
     considerVersion(run, {.entry = entry,

@@ -1,4 +1,8 @@
+#include "backup/BackupRules.h"
 #include "support/StoreTest.h"
+
+#include <cerrno>
+#include <initializer_list>
 
 #include <gmock/gmock.h>
 
@@ -165,6 +169,159 @@ TEST_F(BatchRunTest, StaysRightBeyondFiveDigits) {
     engine.processProjects();
     EXPECT_THAT(versionNames("A"),
                 ElementsAre("Cut.100000.fcp", "Cut.100001.fcp", "Cut.99999.fcp"));
+}
+
+TEST(Newness, IsToldByDatesAndTheirSteps) {
+    const Date saved = dateFromUnixTime(1'000'001, 123'456'789);
+    const auto version = [](long long seconds, long nanoseconds) {
+        return dateFromUnixTime(seconds, nanoseconds);
+    };
+    const std::pair<Date, Newness> cases[] = {
+        {saved, Newness::same},
+        {version(1'000'001, 123'456'788), Newness::newer},
+        {version(1'000'001, 123'456'800), Newness::same},  // a step of 100 ns
+        {version(1'000'001, 130'000'000), Newness::same},  // 10 ms
+        {version(1'000'002, 0), Newness::same},            // 1 s, 2 s
+        {version(1'000'003, 0), Newness::older},
+        {version(1'000'001, 500'000'001), Newness::older},
+        {Date::min(), Newness::newer},
+        {Date::max(), Newness::older},
+    };
+    for (const auto& [date, expected] : cases) {
+        EXPECT_EQ(newness(saved, date), expected) << dateDescription(date);
+    }
+}
+
+TEST_F(BatchRunTest, ASaveThatChangedNothingMakesNoVersion) {
+    const Path project = addProject("A", "Cut.fcp", 2h);
+    const Path bundle = addProject("B", "Film.fcpproject/data", 2h);
+    ASSERT_FALSE(savePropertyList(Value::Dictionary{{"projectPath", "/Work/Film.fcpproject"}},
+                                  folderOf("B") / "Settings.plist"));
+    engine.processProjects();
+    writeFile(folderOf("A") / "Screenshots/Cut.00001.jpg", "picture");
+    const size_t told = fake.userNotifications.posted().size();
+    for (const Seconds age : {Seconds(3600), Seconds(60)}) {
+        ASSERT_FALSE(fake.files.setModificationDate(project, ago(age)));
+        ASSERT_FALSE(fake.files.setModificationDate(Path("/Work/Film.fcpproject"), ago(age)));
+        engine.processProjects();
+        EXPECT_THAT(versionNames("A"), ElementsAre("Cut.00001.fcp"));
+        EXPECT_THAT(versionNames("B"), ElementsAre("Film.00001.fcpproject"));
+        EXPECT_EQ(fake.files.info(versionsOf("A") / "Cut.00001.fcp")->modificationDate, ago(age));
+    }
+    EXPECT_EQ(fake.userNotifications.posted().size(), told);
+    EXPECT_EQ(storeChangesAnnounced(), 0U);
+    EXPECT_THAT(namesIn(folderOf("A") / "Screenshots"), ElementsAre("Cut.00001.jpg"));
+
+    save(project, "CONTENT OF Cut.fcp", 50s);
+    writeFile(bundle, "CONTENT");
+    ASSERT_FALSE(fake.files.setModificationDate(Path("/Work/Film.fcpproject"), ago(50s)));
+    engine.processProjects();
+    EXPECT_EQ(versionNames("A").size(), 2U) << "other bytes of the same size";
+    EXPECT_EQ(versionNames("B").size(), 2U);
+}
+
+TEST_F(BatchRunTest, AnUnchangedSaveDatesTheRenditionToo) {
+    const Path project = addProject("A", "Cut.fcp", 1h);
+    addVersion("A", "Cut.00001.fcp", 2h);
+    addVersion("A", "Cut.00001.xml", 2h);
+    save(project, "version", 1h);
+    engine.processProjects();
+    EXPECT_EQ(versionNames("A").size(), 2U);
+    engine.processProjects();
+    EXPECT_THAT(loggedLines(), Contains("last version: Cut.00001.xml").Times(1));
+}
+
+TEST_F(BatchRunTest, DatesAloneDecideWhereUnchangedSavesAreWanted) {
+    setPreferences({{"storagePath", "/Store"}, {"skipUnchangedSaves", 0}});
+    const Path project = addProject("A", "Cut.prproj", 2h);
+    const Path finalCut = addProject("B", "Cut.fcp", 2h);
+    addProject("C", "Older.prproj", 2h);
+    addVersion("C", "Older.00001.prproj", 1h);
+    engine.processProjects();
+    for (const Path& touched : {project, finalCut}) {
+        ASSERT_FALSE(fake.files.setModificationDate(touched, ago(60s)));
+    }
+    fake.clock.advance(10s);
+    const size_t told = fake.userNotifications.posted().size();
+    engine.processProjects();
+    EXPECT_EQ(versionNames("A").size(), 2U);
+    EXPECT_THAT(versionNames("B"), ElementsAre("Cut.00001.fcp")) << "a duplicate goes";
+    EXPECT_EQ(versionNames("C").size(), 1U);
+    ASSERT_EQ(fake.userNotifications.posted().size(), told + 1) << "not of the duplicate";
+    EXPECT_EQ(fake.userNotifications.posted().back().description, "Cut.prproj");
+}
+
+TEST_F(BatchRunTest, ADuplicateTakesItsPictureAlong) {
+    setPreferences({{"storagePath", "/Store"}, {"skipUnchangedSaves", 0}});
+    fake.screen.show("picture");
+    const Path project = addProject("A", "Cut.fcp", 2h);
+    engine.processProjects();
+    ASSERT_FALSE(fake.files.setModificationDate(project, ago(60s)));
+    engine.processProjects();
+    EXPECT_THAT(namesIn(folderOf("A") / "Screenshots"), ElementsAre("Cut.00001.jpg"));
+}
+
+TEST_F(BatchRunTest, AFileThatWasBroughtBackIsKeptUnlessItIsInTheStore) {
+    const Path project = addProject("A", "Cut.fcp", 3h);
+    engine.processProjects();
+    save(project, "second", 2h);
+    engine.processProjects();
+    save(project, "content of Cut.fcp", 3h);
+    engine.processProjects();
+    EXPECT_EQ(versionNames("A").size(), 2U) << "version 1 has it";
+    save(project, "from elsewhere", 4h);
+    engine.processProjects();
+    engine.processProjects();
+    EXPECT_EQ(versionNames("A").size(), 3U);
+    EXPECT_EQ(contentOf(versionsOf("A") / "Cut.00003.fcp"), "from elsewhere");
+}
+
+TEST_F(BatchRunTest, WhatCannotBeReadIsLeftOutAndNotTakenForMissing) {
+    const Path project = addProject("A", "Cut.fcp", 1h);
+    addVersion("A", "Cut.00007.fcp", 2h);
+    addProject("B", "Next.fcp");
+    const Path settings = folderOf("A") / "Settings.plist";
+    for (const Path& unreadable : {settings, versionsOf("A"), project}) {
+        fake.faults.refusePath(unreadable, EACCES);
+        engine.processProjects();
+        fake.faults.refusePath(unreadable, 0);
+        EXPECT_THAT(versionNames("A"), ElementsAre("Cut.00007.fcp")) << unreadable;
+    }
+    EXPECT_THAT(versionNames("B"), ElementsAre("Next.00001.fcp"));
+    EXPECT_THAT(loggedLines(), Contains(::testing::StartsWith("Unable to ")).Times(3));
+
+    fake.faults.refusePath(*Preferences::frontEndFile(), EIO);
+    engine.processProjects();
+    fake.faults.refusePath(*Preferences::frontEndFile(), 0);
+    EXPECT_EQ(versionNames("A").size(), 1U);
+    engine.processProjects();
+    EXPECT_THAT(versionNames("A"), ElementsAre("Cut.00007.fcp", "Cut.00008.fcp"));
+}
+
+TEST_F(BatchRunTest, AnUnchangedProjectCostsFourLooks) {
+    using platform::FileOperation;
+    for (const char* name : {"A", "B", "C"}) {
+        addProject(name, std::string(name) + ".fcp", 2h);
+        for (int i = 1; i < 4; ++i) {
+            addVersion(name, name + std::string(".0000") + std::to_string(i) + ".fcp", 2h);
+        }
+    }
+    const auto costOfARun = [&](std::initializer_list<FileOperation> operations) {
+        int before = 0;
+        for (const auto operation : operations) before += fake.faults.callCount(operation);
+        engine.processProjects();
+        int after = 0;
+        for (const auto operation : operations) after += fake.faults.callCount(operation);
+        return after - before;
+    };
+    engine.processProjects();
+    fake.clock.advance(10s);
+    engine.processProjects();
+    EXPECT_LE(costOfARun({FileOperation::info}), 3 * 4 + 4);
+    EXPECT_LE(costOfARun({FileOperation::folderEntries, FileOperation::openFolder,
+                          FileOperation::contentsOfFolder}),
+              2)
+        << "the store alone";
 }
 
 }  // namespace

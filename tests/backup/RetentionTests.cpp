@@ -153,6 +153,31 @@ TEST_F(RetentionTest, AFolderThatBecomesReadOnlyInTheMiddleKeepsWhatIsLeft) {
     EXPECT_EQ(versionNames("A").size(), 2U) << "it is tried again";
 }
 
+TEST_F(RetentionTest, WhatCannotBeReadIsNoEmptyFolder) {
+    setRules();
+    addFinalCutProject("A");
+    writeFile(versionsOf("A") / "Bundle.00004.fcpproject/inside", "x", ago(9 * day));
+    fake.faults.refusePath(versionsOf("A"), EIO);
+    retention.manageBackups();
+    fake.faults.refusePath(versionsOf("A"), 0);
+    EXPECT_EQ(versionNames("A").size(), 7U);
+    EXPECT_THAT(loggedLines(), Contains(HasSubstr("Unable to read the versions in ")).Times(1));
+
+    ASSERT_FALSE(fake.files.setPermissions(versionsOf("A") / "Bundle.00004.fcpproject", 0));
+    for (const char* name : {"Cut.00001.fcp", "Cut.00002.fcp", "Cut.00003.fcp"}) {
+        retention.removeBackup(versionsOf("A") / name, RemovalType::remove);
+    }
+    EXPECT_THAT(versionNames("A"), ElementsAre("Bundle.00004.fcpproject"));
+}
+
+TEST_F(RetentionTest, TouchesOnlyProjects) {
+    setRules();
+    addFinalCutProject("A");
+    ASSERT_FALSE(fake.files.removeItem(folderOf("A") / "Settings.plist"));
+    retention.manageBackups();
+    EXPECT_EQ(versionNames("A").size(), 6U);
+}
+
 TEST_F(RetentionTest, UnlocksWhatIsLocked) {
     setRules();
     addFinalCutProject("A");
