@@ -1,6 +1,7 @@
 #include "app/AppController.h"
 
 #include "app/WatchConfiguration.h"
+#include "kit/HelperScan.h"
 #include "kit/Identifiers.h"
 #include "kit/Preferences.h"
 #include "kit/Problems.h"
@@ -87,6 +88,7 @@ void AppController::vendConnection() {
         {"runsEnded", [this] { return Value(scanQueue_.runsEnded()); }},
         {"watchedFolders", [this] { return watchedFolders(); }},
         {"lastProblem", [] { return describedProblem(); }},
+        {problemsProperty, [] { return problemsForConnection(); }},
     };
     auto service = current().connections.serve(helperConnectionName, std::move(object));
     if (service) {
