@@ -1,5 +1,6 @@
 #include "app/AppController.h"
 
+#include "app/Leavings.h"
 #include "app/WatchConfiguration.h"
 #include "kit/HelperScan.h"
 #include "kit/Identifiers.h"
@@ -45,6 +46,7 @@ AppController::AppController()
     ZBLarkspanBackup::clearTransferLeftovers();
     vendConnection();
     observeWorkspace();
+    scanQueue_.addOperation(removeLeavings);
 }
 
 AppController::~AppController() {
