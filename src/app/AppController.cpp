@@ -1,7 +1,9 @@
 #include "app/AppController.h"
 
 #include "app/ChangedFolders.h"
+#include "app/Leavings.h"
 #include "app/WatchConfiguration.h"
+#include "kit/HelperScan.h"
 #include "kit/Identifiers.h"
 #include "kit/Preferences.h"
 #include "kit/Problems.h"
@@ -62,6 +64,7 @@ AppController::AppController() : started_(current().clock.now()) {
     ZBLarkspanBackup::clearTransferLeftovers();
     vendConnection();
     observeWorkspace();
+    scanQueue_.addOperation(removeLeavings);
 }
 
 AppController::~AppController() {
@@ -105,6 +108,9 @@ void AppController::vendConnection() {
         {"runsEnded", [this] { return Value(scanQueue().runsEnded()); }},
         {"watchedFolders", [this] { return watchedFolders(); }},
         {"lastProblem", [] { return describedProblem(); }},
+        {problemsProperty, [] { return problemsForConnection(); }},
+        {projectsBeingWrittenProperty,
+         [this] { return Value(backupController_->projectsBeingWritten()); }},
     };
     auto service = current().connections.serve(helperConnectionName, std::move(object));
     if (service) {

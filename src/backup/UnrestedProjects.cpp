@@ -59,6 +59,11 @@ std::optional<Seconds> UnrestedProjects::nextLook() const {
     return next;
 }
 
+long UnrestedProjects::countBeingWritten() const {
+    return std::ranges::count_if(waiting_,
+                                 [](const auto& item) { return !item.second.keepsChanging; });
+}
+
 void UnrestedProjects::forgetOverdue(Seconds uptime) {
     std::erase_if(waiting_, [&](const auto& item) { return item.second.due <= uptime; });
 }

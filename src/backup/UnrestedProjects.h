@@ -47,6 +47,8 @@ class UnrestedProjects {
     // Forgets the projects whose moment has passed: those that a look at all that were due did not
     // come across are gone.
     void forgetOverdue(Seconds uptime);
+    // How many wait that may come to rest: those that keep changing are not counted.
+    long countBeingWritten() const;
     // Whether the project waits, and its moment has come.
     bool isDue(const Path& project, Seconds uptime) const;
 

@@ -110,6 +110,10 @@ std::optional<Seconds> ZBLarkspanBackup::nextUnrestedProject() const {
     return state_.unrested.with([](const auto& unrested) { return unrested.nextLook(); });
 }
 
+long ZBLarkspanBackup::projectsBeingWritten() const {
+    return state_.unrested.with([](const auto& unrested) { return unrested.countBeingWritten(); });
+}
+
 BackupOutcome ZBLarkspanBackup::backupProject(const Path& project, const Path& toPath,
                                               VersionNumber withNumber,
                                               const BackupOptions& options) {

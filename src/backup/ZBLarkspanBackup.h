@@ -55,6 +55,8 @@ class ZBLarkspanBackup {
     // The same for the projects that were set aside because they were being written, as far as
     // their moment has come.
     void processUnrestedProjects(const ProjectListing& listing);
+    // How many of these may come to rest. Any thread.
+    long projectsBeingWritten() const;
     // The moment (uptime) at which the next of these is to be looked at; empty when there is none.
     // Any thread.
     std::optional<Seconds> nextUnrestedProject() const;

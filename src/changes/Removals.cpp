@@ -93,12 +93,13 @@ void addRemovals(const XMLDocument& baseDoc, const ComparedLists& lists, NodeFac
     if (const auto removed = missing(lists.oldUUIDList, lists.newUUIDList); !removed.empty()) {
         pass.add(
             removed, uuidIndex(baseDoc),
-            [](const std::string& why) { reportToConsole("err: %@", why); }, identifiedElement);
+            [](const std::string& why) { reportDetailToConsole("err: %@", why); },
+            identifiedElement);
     }
     if (const auto removed = missing(lists.oldIDList, lists.newIDList); !removed.empty()) {
         pass.add(
             removed, idIndex(baseDoc),
-            [](const std::string& why) { reportToConsole("err2: %@", why); },
+            [](const std::string& why) { reportDetailToConsole("err2: %@", why); },
             [](TreeNode owner) { return owner; });
     }
 }

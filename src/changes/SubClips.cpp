@@ -14,7 +14,7 @@ Field attribute(TreeNode node, const char* name) {
 Field nameOf(TreeNode subClip) {
     const auto name = xmltree::childText(subClip, "Name");
     if (!name) return std::nullopt;
-    reportToConsole("subclip: %@", cutForShowing(*name));
+    reportDetailToConsole("subclip: %@", cutForShowing(*name));
     return std::string(*name);
 }
 
@@ -41,7 +41,7 @@ void SubClips::lookThrough(TreeNode document) {
 }
 
 Field SubClips::nameForClip(TreeNode clip) {
-    reportToConsole("parenttype: %@", clip.name());
+    reportDetailToConsole("parenttype: %@", clip.name());
     const auto id = attribute(clip, "ObjectID");
     if (!id) return std::nullopt;
     lookThrough(clip.document());
@@ -52,7 +52,7 @@ Field SubClips::nameForClip(TreeNode clip) {
 Field SubClips::nameForTrackItem(TreeNode item) {
     const auto id = attribute(xmltree::child(item, "SubClip"), "ObjectRef");
     if (!id) return std::nullopt;
-    reportToConsole("subclip id: %@", cutForShowing(*id));
+    reportDetailToConsole("subclip id: %@", cutForShowing(*id));
     lookThrough(item.document());
     for (auto parent = item.parent(); parent; parent = parent.parent()) {
         const auto found = byObjectID_.find(key(parent, *id));

@@ -70,6 +70,10 @@ bool isControl(std::string_view text, size_t at) {
     return byte == 0xc2 && at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) < 0xa0;
 }
 
+bool isBreak(char c) {
+    return c == '\n' || c == '\r' || c == '\t';
+}
+
 }  // namespace
 
 std::string_view trimmed(std::string_view text) {
@@ -258,6 +262,11 @@ std::string printable(std::string_view text) {
     std::string safe;
     safe.reserve(valid.size());
     for (size_t at = 0; at < valid.size(); ++at) {
+        if (isBreak(valid[at])) {
+            const bool continues = at > 0 && isBreak(valid[at - 1]);
+            if (!continues) safe += ' ';
+            continue;
+        }
         const bool control = isControl(valid, at);
         safe += control ? '?' : valid[at];
         if (control && static_cast<unsigned char>(valid[at]) == 0xc2) ++at;

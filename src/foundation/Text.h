@@ -58,8 +58,8 @@ std::string sanitizedUtf8(std::string_view text);
 // The UTF-16 code units of the text; a byte that is not UTF-8 becomes U+FFFD.
 std::u16string utf16CodeUnits(std::string_view text);
 
-// A text that is safe to show: valid UTF-8, with every control character (new lines in file names,
-// escape sequences) replaced by "?".
+// A text that is safe to show: valid UTF-8, line breaks and tabs as a blank (one for a run of
+// them), every other control character (as in escape sequences) as "?".
 std::string printable(std::string_view text);
 
 // Whether the whole of `text` matches `pattern`: `*` any run of characters, `?` exactly one.

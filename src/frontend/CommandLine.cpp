@@ -9,10 +9,12 @@ namespace larkspan {
 namespace {
 
 constexpr Option helpOption{"help", nullptr, ""};
+constexpr Option verboseOption{"verbose", nullptr, ""};
 
 // The option that is written "--name"; null when there is none.
 const Option* find(std::span<const Option> options, std::string_view written) {
     if (written == "--help" || written == "-h") return &helpOption;
+    if (written == "--verbose") return &verboseOption;
     if (!written.starts_with("--")) return nullptr;
     const auto found = std::find_if(options.begin(), options.end(), [&](const Option& option) {
         return option.name == written.substr(2);

@@ -79,13 +79,14 @@ std::string helpText(const Command& command) {
     for (const Option& option : command.options) text += " [" + optionText(option) + "]";
     text += "\n\n" + std::string(command.description) + "\n";
     text += "\nOptions:\n";
-    size_t width = std::string_view("--help").size();
+    size_t width = std::string_view("--verbose").size();
     for (const Option& option : command.options) {
         width = std::max(width, optionText(option).size());
     }
     for (const Option& option : command.options) {
         text += "  " + padded(optionText(option), width) + "  " + option.help + "\n";
     }
+    text += "  " + padded("--verbose", width) + "  Write diagnosis on standard error, too.\n";
     text += "  " + padded("--help", width) + "  Show this help.\n";
     return text + "\nExample:\n  " + std::string(command.example);
 }

@@ -2,6 +2,7 @@
 
 #include "frontend/Commands.h"
 #include "platform/Bundles.h"
+#include "platform/Console.h"
 #include "platform/Platform.h"
 
 #include <algorithm>
@@ -42,6 +43,7 @@ ExitStatus runCommandWith(const Command& command, std::span<const std::string> a
         const std::string& extra = parsed.arguments.words()[command.mostWords];
         return wrongUsage(context, "\"" + extra + "\" is one word too many.", help);
     }
+    if (parsed.arguments.has("verbose")) platform::Platform::current().console.showDetails();
     try {
         return command.run(parsed.arguments, context);
     } catch (const std::exception& exception) {

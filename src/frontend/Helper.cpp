@@ -2,6 +2,7 @@
 
 #include "foundation/Value.h"
 #include "frontend/Format.h"
+#include "kit/HelperScan.h"
 #include "kit/Identifiers.h"
 #include "platform/Bundles.h"
 #include "platform/Files.h"
@@ -9,10 +10,6 @@
 
 namespace larkspan {
 namespace {
-
-constexpr Seconds connectTimeout{5.0};
-// Setting up a watch of very many folders takes the helper's main thread seconds.
-constexpr Seconds callTimeout{30.0};
 
 platform::Platform& current() {
     return platform::Platform::current();
@@ -44,7 +41,7 @@ std::optional<HelperProblem> lastProblem(const Value& value) {
 }  // namespace
 
 Result<Helper> Helper::connect() {
-    auto client = current().connections.connect(helperConnectionName, connectTimeout);
+    auto client = current().connections.connect(helperConnectionName, helperConnectTimeout);
     if (!client) return client.error();
     return Helper(std::move(*client));
 }
@@ -54,7 +51,7 @@ Result<HelperFacts> Helper::facts() {
     std::optional<Error> failed;
     const auto property = [&](const char* name) {
         if (failed) return Value();
-        Result<Value> value = client_->property(name, callTimeout);
+        Result<Value> value = client_->property(name, helperCallTimeout);
         if (value) return std::move(*value);
         failed = value.error();
         return Value();
@@ -70,14 +67,12 @@ Result<HelperFacts> Helper::facts() {
     return facts;
 }
 
-Result<long> Helper::number(const std::string& property) {
-    const Result<Value> value = client_->property(property, callTimeout);
-    if (!value) return value.error();
-    return value->integerValue();
+Result<bool> Helper::waitForQueuedRuns(const std::function<bool()>& goesOn) {
+    return larkspan::waitForQueuedRuns(*client_, goesOn);
 }
 
 std::optional<Error> Helper::call(const std::string& command) {
-    return client_->call(command, callTimeout);
+    return client_->call(command, helperCallTimeout);
 }
 
 bool isNobodyThere(const Error& error) {

@@ -6,6 +6,7 @@
 #include "frontend/Command.h"
 #include "platform/Connections.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -45,7 +46,8 @@ class Helper {
     static Result<Helper> connect();
 
     Result<HelperFacts> facts();
-    Result<long> number(const std::string& property);
+    // As the function of that name in kit/HelperScan.h.
+    Result<bool> waitForQueuedRuns(const std::function<bool()>& goesOn);
     std::optional<Error> call(const std::string& command);
 
   private:

@@ -13,8 +13,6 @@ constexpr std::array options{
     Option{"wait", nullptr, "Return when the scan, and all queued before it, have ended."},
     Option{"timeout", "SECONDS", "With --wait: give up after that time."}};
 
-constexpr Seconds betweenLooks{0.1};
-
 // Empty for anything but a number of seconds that is not negative.
 std::optional<Seconds> parseSeconds(const std::string& text) {
     long seconds = 0;
@@ -29,21 +27,15 @@ ExitStatus unreachable(Context& context, const Error& error) {
 }
 
 ExitStatus waitForScan(Context& context, Helper& helper, std::optional<Seconds> timeout) {
-    const Result<long> queued = helper.number("runsQueued");
-    if (!queued) return unreachable(context, queued.error());
     platform::Clock& clock = platform::Platform::current().clock;
     const Seconds begun = clock.uptime();
-    while (true) {
-        const Result<long> ended = helper.number("runsEnded");
-        if (!ended) return unreachable(context, ended.error());
-        if (*ended >= *queued) return ExitStatus::done;
-        if (timeout && clock.uptime() - begun >= *timeout) {
-            context.output.error("The scan has not ended in time; it goes on in the helper.",
-                                 "Wait longer with: larkspan scan --wait --timeout SECONDS");
-            return ExitStatus::failed;
-        }
-        clock.sleepFor(betweenLooks);
-    }
+    const Result<bool> ended =
+        helper.waitForQueuedRuns([&] { return !timeout || clock.uptime() - begun < *timeout; });
+    if (!ended) return unreachable(context, ended.error());
+    if (*ended) return ExitStatus::done;
+    context.output.error("The scan has not ended in time; it goes on in the helper.",
+                         "Wait longer with: larkspan scan --wait --timeout SECONDS");
+    return ExitStatus::failed;
 }
 
 ExitStatus scan(const Arguments& arguments, Context& context) {

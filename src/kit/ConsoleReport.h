@@ -12,4 +12,10 @@ void reportToConsole(MessageText<Arguments...> text, const Arguments&... argumen
     platform::Platform::current().console.report(text.format(arguments...));
 }
 
+// The same for diagnosis, which is shown only to who asked for it.
+template <class... Arguments>
+void reportDetailToConsole(MessageText<Arguments...> text, const Arguments&... arguments) {
+    platform::Platform::current().console.detail(text.format(arguments...));
+}
+
 }  // namespace larkspan

@@ -6,17 +6,21 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace larkspan {
 
-// The last failure of this process that the user should know of.
+// A failure of this process that the user should know of.
 struct Problem {
     std::string text;
-    Date date;
+    Date date = {};
+    long number = 0;  // counted from 1 in this process
 };
 
 // Empty while nothing has failed. Any thread.
 std::optional<Problem> lastProblem();
+// The problems with higher numbers, oldest first, as far as they are among the last hundred.
+std::vector<Problem> problemsAfter(long number);
 void rememberProblem(const std::string& text);
 
 // Logs a failure and remembers it as the last problem.

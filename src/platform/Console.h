@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <string_view>
 
 namespace larkspan::platform {
@@ -15,6 +16,16 @@ class Console {
 
     // One line on the system console (standard error on Linux).
     virtual void report(std::string_view line) = 0;
+
+    // The same for what only a person who looks for a mistake wants to read: nothing until
+    // showDetails was called.
+    void detail(std::string_view line) {
+        if (showsDetails_) report(line);
+    }
+    void showDetails() { showsDetails_ = true; }
+
+  private:
+    std::atomic<bool> showsDetails_{false};
 };
 
 }  // namespace larkspan::platform

@@ -160,6 +160,7 @@ TEST_F(ChangeListTests, ReportsRemovals) {
 }
 
 TEST_F(ChangeListTests, AnIdentifierThatCannotBeAskedForIsReportedOnTheConsole) {
+    fake.console.showDetails();
     const std::string removed = "<a id='say \"x\"'><uuid>\"</uuid></a><b id='b'/>";
     EXPECT_EQ(changes(filled(project, removed), filled(project, "")), Sentences{"B b removed"});
     ASSERT_EQ(fake.console.reported().size(), 2U);

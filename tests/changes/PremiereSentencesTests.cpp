@@ -142,6 +142,7 @@ TEST_F(PremiereSentencesTest, NothingIsFramed) {
 }
 
 TEST_F(PremiereSentencesTest, SaysOnTheConsoleWhichSubclipWasFound) {
+    fake.console.showDetails();
     (void)ofLeaf(audioClip, "<InPoint>@</InPoint>", "0", "30");
     (void)ofLeaf(videoItem, "<Start>@</Start>", "0", "30");
     EXPECT_THAT(fake.console.reported(), ElementsAre("parenttype: AudioClip", "subclip: Interview",

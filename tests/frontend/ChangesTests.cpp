@@ -60,7 +60,7 @@ TEST_F(ChangesTest, ShowsLongAndStrangeSentencesSafelyAndNothingElse) {
     for (int time = 0; time < 2; ++time) {  // made, and read from the cache
         const auto told = run({"changes", "Cut"});
         EXPECT_THAT(told.output, HasSubstr("\n" + shown));
-        EXPECT_THAT(told.output, HasSubstr("changed to ??[31m?\"100%@\" \xC3\x9C\n"));
+        EXPECT_THAT(told.output, HasSubstr("changed to ??[31m \"100%@\" \xC3\x9C\n"));
         EXPECT_EQ(told.status, ExitStatus::done);
     }
     EXPECT_LT(run({"changes", "Cut", "--json"}).output.size(), 4'000U);
@@ -70,6 +70,19 @@ TEST_F(ChangesTest, ShowsLongAndStrangeSentencesSafelyAndNothingElse) {
     (void)run({"changes", "Cut"});
     ZBLog::finishWriting();
     EXPECT_TRUE(fake.console.printed().empty());
+}
+
+TEST_F(ChangesTest, DiagnosisIsForWhoAsksForIt) {
+    const auto version = [](const std::string& uuid) {
+        return "<xmeml><a><uuid>" + uuid + "</uuid></a><b/></xmeml>";
+    };
+    addVersion("AAAA", "Cut.00001.xml", saved, version("not \" to be asked for"));
+    addVersion("AAAA", "Cut.00002.xml", saved, version("not \" either"));
+    EXPECT_EQ(run({"changes", "Cut"}).status, ExitStatus::done);
+    EXPECT_TRUE(fake.console.reported().empty());
+    addVersion("AAAA", "Cut.00003.xml", saved, version("plain"));
+    EXPECT_EQ(run({"changes", "Cut", "--verbose"}).status, ExitStatus::done);
+    EXPECT_FALSE(fake.console.reported().empty());
 }
 
 TEST_F(ChangesTest, SaysWhenThereIsNothingToTell) {

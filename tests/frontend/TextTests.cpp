@@ -42,14 +42,15 @@ TEST(JsonTest, WritesEveryKindOfValue) {
 }
 
 TEST(FormatTest, TextsFromFilesCannotSteerATerminal) {
-    EXPECT_EQ(printable("two\nlines \x1b[2J \x7f"), "two?lines ?[2J ?");
+    EXPECT_EQ(printable("two\nlines \x1b[2J \x7f"), "two lines ?[2J ?");
+    EXPECT_EQ(printable("a\r\n\tb"), "a b");
     EXPECT_EQ(printable("\xc2\x9b"
                         "2J caf\xc3\xa9"),
               "?2J caf\xc3\xa9");
     EXPECT_EQ(printable("bad \xff"), "bad \xef\xbf\xbd");
     Table table({{"A", Table::Align::right}, {"B"}});
     table.addRow({"10", "x\ny"});
-    EXPECT_THAT(table.lines(), ElementsAre(" A  B", "10  x?y"));
+    EXPECT_THAT(table.lines(), ElementsAre(" A  B", "10  x y"));
 }
 
 TEST(FormatTest, SizesHaveThreeFiguresAndTheNextUnitWhenRounded) {

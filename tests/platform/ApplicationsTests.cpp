@@ -208,6 +208,7 @@ TEST_F(LinuxApplicationsTests, AFileIsOpenedByTheBundlesExecutable) {
 TEST_F(LinuxApplicationsTests, AnApplicationReplacedByAnUpdateIsStillKnown) {
     const RunningApplication application = scene.start(editorID);
     const std::string executable = application.executable.str();
+    ASSERT_FALSE(executable.empty());
     fs::copy_file("/bin/sleep", executable + ".new");
     fs::rename(executable + ".new", executable);
     ASSERT_EQ(running(editorID), std::vector{application.processID});

@@ -88,7 +88,7 @@ TEST_F(PosixFileStreams, NeverWaitForAPipe) {
 }
 
 TEST_F(PosixFileStreams, SayWhyLessIsWritten) {
-    if (::access("/dev/full", F_OK) != 0) GTEST_SKIP();
+    if (::access("/dev/full", F_OK) != 0) GTEST_SKIP() << "no /dev/full";
     EXPECT_FALSE(scene.streams.openEmptied(Path("/dev/full"))) << "a device is no destination";
     const auto stream = scene.streams.openEmptied(at("file"));
     ASSERT_TRUE(stream);

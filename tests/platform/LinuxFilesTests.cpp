@@ -135,7 +135,8 @@ TEST_F(LinuxFilesTest, TypeCodeStandsInTheAttribute) {
     write("file", "");
     write("._file", "whatever");
     const std::string code("PrPr" + std::string(28, '\0'));
-    if (!setAttribute(at("file"), platform::finderInfoAttribute, code)) GTEST_SKIP();
+    if (!setAttribute(at("file"), platform::finderInfoAttribute, code))
+        GTEST_SKIP() << "no attributes here";
     EXPECT_EQ(files_.typeCode(at("file")), "PrPr");
     ASSERT_TRUE(setAttribute(at("file"), platform::finderInfoAttribute, std::string(32, '\0')));
     EXPECT_EQ(files_.typeCode(at("file")), "");

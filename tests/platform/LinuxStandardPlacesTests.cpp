@@ -60,6 +60,16 @@ TEST_F(LinuxStandardPlacesTests, FollowsHomeWhenNothingElseIsSet) {
     EXPECT_EQ(first(places, DirectoryKind::documentation, Domain::local), Path("/usr/share/doc"));
 }
 
+TEST_F(LinuxStandardPlacesTests, OneHomeIsOneHoweverItIsWritten) {
+    for (const char* same : {"/home/kim/", "//home//kim", "/home/./kim/."}) {
+        environment.home = same;
+        EXPECT_EQ(LinuxStandardPlaces(environment).homeDirectory(), Path("/home/kim")) << same;
+        EXPECT_EQ(user(DirectoryKind::caches), Path("/home/kim/.cache/larkspan")) << same;
+    }
+    environment.dataHome = "//data/./mine/";
+    EXPECT_EQ(user(DirectoryKind::library), Path("/data/mine/larkspan"));
+}
+
 TEST_F(LinuxStandardPlacesTests, BaseFoldersCountOnlyWhenTheyAreAbsolute) {
     environment.dataHome = "/data";
     environment.cacheHome = "caches";

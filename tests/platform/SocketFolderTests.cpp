@@ -55,6 +55,12 @@ TEST_F(SocketFolderTest, liesInTheRuntimeFolderOfThisUser) {
 TEST_F(SocketFolderTest, anotherHomeMeansAnotherFolder) {
     SocketFacts facts{.home = "/other", .accountHome = "/home/a", .runtimeFolders = {runtime}};
     EXPECT_EQ(chosen(facts), "/other/.local/share/larkspan/run");
+    for (const char* same : {"/other/", "//other", "/./other/."}) {
+        facts.home = same;
+        EXPECT_EQ(chosen(facts), "/other/.local/share/larkspan/run") << same;
+    }
+    facts.home = "//home/./a/";
+    EXPECT_EQ(chosen(facts), runtime + "/larkspan") << "the account's";
     facts.home = "/" + std::string(100, 'h');
     const std::string first = chosen(facts);
     EXPECT_EQ(first.find(runtime + "/larkspan-"), 0U) << first;

@@ -1,3 +1,4 @@
+#include "foundation/Uuid.h"
 #include "platform/linux/LinuxCrashReports.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "support/PictureUnderTest.h"
@@ -16,6 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 using ::testing::Not;
 using testing::readWhole;
 using ::testing::StartsWith;
@@ -44,17 +46,25 @@ class HelperTest : public ::testing::Test {
         EXPECT_EQ(readWhole(files.back()), readWhole(project));
         EXPECT_EQ(fs::last_write_time(files.back().str()), fs::last_write_time(project.str()));
     }
+    static std::vector<std::string> hiddenItemsBelow(const Path& folder) {
+        std::vector<std::string> found;
+        std::error_code ignored;
+        for (fs::recursive_directory_iterator at(folder.str(), ignored), end; at != end;
+             at.increment(ignored)) {
+            std::string name = at->path().filename().string();
+            if (name.starts_with(".larkspan-")) found.push_back(std::move(name));
+        }
+        return found;
+    }
     platform::LinuxPlatform system;
     testing::Programs programs{system.platform().processes};
 };
 
-TEST_F(HelperTest, OnceTwiceRegistersAndThenVersions) {
+TEST_F(HelperTest, OnceKeepsTheStateThatIsFound) {
     watchWork();
     const Path one = quietProject("one.fcp", "first project");
     const Path two = quietProject("deep/er/two.prproj", "second project");
     quietProject("notes.txt", "no project");
-    EXPECT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
-    EXPECT_TRUE(programs.versions().empty());
     EXPECT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
     EXPECT_EQ(programs.versions().size(), 2U);
     expectNewestEquals("one", one);
@@ -203,15 +213,105 @@ TEST_F(HelperTest, AKilledCopyIsNeverTakenForAVersion) {
     EXPECT_FALSE(hasLeftover());
 }
 
+TEST_F(HelperTest, OnceAsksAHelperThatRuns) {
+    watchWork();
+    const auto helper = programs.startHelper();
+    const Path project = quietProject("Cut.fcp", "content");
+    const auto once = programs.run(programs.helperProgram(), {"--once"});
+    EXPECT_EQ(once.status, 0) << once.error;
+    expectNewestEquals("Cut", project);
+    EXPECT_TRUE(helper->isRunning());
+    EXPECT_THAT(programs.log(), Not(HasSubstr("Force quitting helper")));
+
+    // What fails in that helper is told by who asked.
+    writeWhole(project, "changed");
+    setAge(project, std::chrono::minutes(5));
+    const Path versions = programs.versionsOf("Cut").back().deletingLastPathComponent();
+    fs::rename(versions.str(), versions.str() + ".away");
+    writeWhole(versions, "no folder");
+    const auto failed = programs.run(programs.helperProgram(), {"--once"});
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_THAT(failed.error, StartsWith("LarkspanHelper: "));
+    helper->terminate();
+    EXPECT_EQ(helper->waitUntilExit(), 0);
+}
+
+TEST_F(HelperTest, SeveralOnceAtATimeTakeTurns) {
+    watchWork();
+    quietProject("Cut.fcp", "content");
+    std::vector<std::shared_ptr<platform::Process>> helpers;
+    for (int i = 0; i < 3; ++i) helpers.push_back(programs.launchHelper({"--once"}));
+    for (const auto& helper : helpers) EXPECT_EQ(helper->waitUntilExit(), 0);
+    EXPECT_LE(programs.versions()["Cut"].size(), 1U);
+}
+
+TEST_F(HelperTest, OnceEndsWithinASecondAndLeavesNothing) {
+    watchWork();
+    quietProject("Cut.fcp", std::string(256 << 20, 'x'));
+    ASSERT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
+    const auto hidden = [&] { return hiddenItemsBelow(programs.store()); };
+    bool wasMet = false;
+    // Ended as soon as the copy has begun; now and then it is too fast to be met.
+    for (int attempt = 0; attempt < 10 && !wasMet; ++attempt) {
+        for (const auto& file : programs.versionsOf("Cut")) fs::remove(file.str());
+        const auto helper = programs.launchHelper({"--once"});
+        while (helper->isRunning() && hidden().empty()) {
+        }
+        helper->terminate();
+        const auto asked = std::chrono::steady_clock::now();
+        const int status = helper->waitUntilExit();
+        wasMet = status != 0;
+        if (!wasMet) continue;
+        EXPECT_EQ(status, 1);
+        EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds(1));
+        EXPECT_THAT(hidden(), IsEmpty());
+        EXPECT_TRUE(programs.versionsOf("Cut").empty());
+    }
+    EXPECT_TRUE(wasMet);
+}
+
+TEST_F(HelperTest, WhatKilledProcessesLeftGoesAtTheNextStart) {
+    watchWork();
+    quietProject("Cut.fcp", "content");
+    ASSERT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
+    const Path version = programs.versionsOf("Cut").front();
+    const Path support = programs.library() / "Application Support/Corvane/Larkspan";
+    const Path project = version.deletingLastPathComponent().deletingLastPathComponent();
+    const Path folders[] = {programs.library() / "Preferences",
+                            support / "Caches",
+                            support / "Transfers",
+                            programs.store(),
+                            project,
+                            project / "Versions"};
+    for (const Path& folder : folders) {
+        writeWhole(folder / (".larkspan-write-" + generateUUID()), "torn");
+        writeWhole(folder / (".larkspan-copy-" + generateUUID()) / "part", "torn");
+    }
+    ASSERT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
+    EXPECT_THAT(hiddenItemsBelow(programs.library()), IsEmpty());
+    EXPECT_TRUE(fs::exists(version.str()));
+}
+
+TEST_F(HelperTest, OneHomeWrittenInTwoWaysHasOneHelper) {
+    watchWork();
+    const auto helper = programs.startHelper();
+    programs.setVariable("HOME", programs.home().str() + "//");
+    EXPECT_EQ(programs.larkspan({"scan", "--wait"}).status, 0);
+    EXPECT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
+    const auto second = programs.startHelper();
+    EXPECT_EQ(helper->waitUntilExit(), 128 + SIGKILL);
+    EXPECT_TRUE(second->isRunning());
+}
+
 TEST_F(HelperTest, AFullDiskLosesNothing) {
     watchWork();
     const Path project = quietProject("Cut.fcp", std::string(4 << 20, 'x'));
-    ASSERT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
     // In blocks of 512 bytes (or 1024): less than the project needs, enough for the log.
     const auto limited = programs.run(
         Path("/bin/sh"),
         {"-c", "ulimit -f 2048; exec '" + programs.helperProgram().str() + "' --once"});
-    EXPECT_EQ(limited.status, 0) << limited.error;
+    EXPECT_EQ(limited.status, 1);
+    EXPECT_THAT(limited.error, HasSubstr("LarkspanHelper: Unable to copy project file Cut.fcp: "));
     EXPECT_TRUE(programs.versions().empty());
     EXPECT_THAT(programs.log(), HasSubstr("Unable to copy project file Cut.fcp: "));
     EXPECT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);

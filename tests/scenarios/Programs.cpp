@@ -50,7 +50,9 @@ platform::LaunchRequest Programs::request(const Path& program,
     for (const char* kept : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LSAN_OPTIONS"}) {
         if (const char* value = getenv(kept)) request.environment->emplace(kept, value);
     }
-    request.environment->insert(variables_.begin(), variables_.end());
+    for (const auto& [name, value] : variables_) {
+        request.environment->insert_or_assign(name, value);
+    }
     return request;
 }
 

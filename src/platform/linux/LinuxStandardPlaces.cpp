@@ -1,6 +1,7 @@
 #include "platform/linux/LinuxStandardPlaces.h"
 
 #include "foundation/Text.h"
+#include "platform/linux/StandardizedPath.h"
 #include "platform/posix/SmallFile.h"
 
 #include <cerrno>
@@ -49,11 +50,6 @@ std::string variable(const char* name) {
     return value ? value : "";
 }
 
-// The same folder whether or not the text ends in a slash.
-bool sameFolder(const Path& a, const Path& b) {
-    return a.isWithin(b) && b.isWithin(a);
-}
-
 // The value of KEY="value" in a shell-like file, its quotes and backslashes taken away; the last
 // line of that key counts, as for a shell.
 std::optional<std::string> shellValue(const std::string& content, std::string_view key) {
@@ -87,15 +83,15 @@ PlacesEnvironment PlacesEnvironment::ofThisProcess() {
 LinuxStandardPlaces::LinuxStandardPlaces(PlacesEnvironment environment)
     : environment_(std::move(environment)) {
     const std::optional<User> user = userWithID(environment_.userID);
-    const Path ownHome = user && user->home.isAbsolute() ? user->home : Path("/");
+    const Path ownHome = user && user->home.isAbsolute() ? standardizedPath(user->home) : Path("/");
     const bool given = environment_.home.starts_with('/');
     userName_ = user ? user->name : std::to_string(environment_.userID);
-    home_ = (given ? Path(environment_.home) : ownHome) / "";  // no slash at its end
-    homeIsElsewhere_ = given && !sameFolder(home_, ownHome);
+    home_ = given ? standardizedPath(Path(environment_.home)) : ownHome;
+    homeIsElsewhere_ = given && home_ != ownHome;
 }
 
 Path LinuxStandardPlaces::baseFolder(const std::string& variable, const char* inHome) const {
-    return variable.starts_with('/') ? Path(variable) : home_ / inHome;
+    return variable.starts_with('/') ? standardizedPath(Path(variable)) : home_ / inHome;
 }
 
 // Read at every call: the desktop lets users move these folders at any time.
@@ -194,7 +190,7 @@ std::optional<std::string> LinuxStandardPlaces::consoleUser() {
 std::string LinuxStandardPlaces::trashFolderInHome() {
     const char* const usual = ".local/share";
     const Path data = baseFolder(environment_.dataHome, usual);
-    const bool inHome = data.isWithin(home_) && !sameFolder(data, home_);
+    const bool inHome = data.isWithin(home_) && data != home_;
     const std::string below = inHome ? data.str().substr(home_.str().size()) : usual;
     return (Path(below) / "Trash/files").str().substr(below.starts_with('/') ? 1 : 0);
 }

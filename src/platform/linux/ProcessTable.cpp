@@ -1,6 +1,7 @@
 #include "platform/linux/ProcessTable.h"
 
 #include "foundation/Text.h"
+#include "platform/linux/StandardizedPath.h"
 #include "platform/posix/SmallFile.h"
 
 #include <cstdlib>
@@ -74,7 +75,9 @@ std::optional<Path> homeOfProcess(int processID, const Path& otherwise) {
     const auto environment = readSmallFile(processFolder(processID) / "environ");
     if (!environment) return std::nullopt;
     for (const std::string& variable : split(*environment, '\0')) {
-        if (variable.starts_with(key)) return Path(variable.substr(key.size()));
+        if (variable.starts_with(key)) {
+            return standardizedPath(Path(variable.substr(key.size())));
+        }
     }
     // While a program is being loaded, its environment is not there yet and reads as empty.
     constexpr int environmentEndField = 51;

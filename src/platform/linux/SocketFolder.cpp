@@ -1,6 +1,7 @@
 #include "platform/linux/SocketFolder.h"
 
 #include "platform/Connections.h"
+#include "platform/linux/StandardizedPath.h"
 #include "platform/posix/AdvisoryLock.h"
 
 #include <algorithm>
@@ -45,11 +46,6 @@ std::string digestOf(std::string_view text) {
     std::array<char, 17> digits{};
     std::snprintf(digits.data(), digits.size(), "%016llx", static_cast<unsigned long long>(hash));
     return digits.data();
-}
-
-std::string withoutSlashesAtEnd(std::string path) {
-    while (path.size() > 1 && path.ends_with('/')) path.pop_back();
-    return path;
 }
 
 std::string environment(const char* name) {
@@ -146,10 +142,11 @@ Path chooseSocketFolder(const SocketFacts& facts, const std::string& name) {
     Path shared = runtime != candidates.end()
                       ? Path(*runtime) / "larkspan"
                       : Path(facts.temporaryFolder) / ("larkspan-" + std::to_string(facts.userID));
-    const std::string home = withoutSlashesAtEnd(facts.home);
-    if (!home.starts_with('/') || home == withoutSlashesAtEnd(facts.accountHome)) return shared;
-    const Path own = Path(home) / ".local/share/larkspan/run";
-    return fitsAddress(socketPath(own, name)) ? own : Path(shared.str() + '-' + digestOf(home));
+    const Path home = standardizedPath(Path(facts.home));
+    if (!home.isAbsolute() || home == standardizedPath(Path(facts.accountHome))) return shared;
+    const Path own = home / ".local/share/larkspan/run";
+    return fitsAddress(socketPath(own, name)) ? own
+                                              : Path(shared.str() + '-' + digestOf(home.str()));
 }
 
 std::optional<Error> prepareSocketFolder(const Path& folder) {

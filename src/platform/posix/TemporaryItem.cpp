@@ -6,7 +6,10 @@
 #include "platform/posix/TreeRemoval.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
+#include <map>
+#include <mutex>
 
 #include <sys/file.h>
 #include <unistd.h>
@@ -57,6 +60,26 @@ Result<std::pair<std::string, FileDescriptor>> makeLocked(int folder, std::strin
     return posixError(ENOENT, doing);
 }
 
+struct ItemInUse {
+    const FileCalls* calls;
+    int folder;
+    std::string name;
+};
+
+// The items of this process by their descriptors, which are theirs alone while they exist. An
+// item's folder stays open for as long as it is listed here.
+struct ItemsInUse {
+    std::timed_mutex mutex;
+    std::map<int, ItemInUse> items;
+    bool areGivenUp = false;
+};
+
+// Never destroyed: threads may still make items while the process ends.
+ItemsInUse& itemsInUse() {
+    static auto* const items = new ItemsInUse;
+    return *items;
+}
+
 }  // namespace
 
 std::string temporaryItemName(std::string_view prefix) {
@@ -70,7 +93,7 @@ Result<TemporaryItem> TemporaryItem::makeFile(const FileCalls& calls, int folder
         return openAt(folder, name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
     });
     if (!made) return made.error();
-    return TemporaryItem(calls, folder, std::move(made->first), std::move(made->second));
+    return entered({calls, folder, std::move(made->first), std::move(made->second)}, doing);
 }
 
 Result<TemporaryItem> TemporaryItem::makeFolder(const FileCalls& calls, int folder,
@@ -80,28 +103,73 @@ Result<TemporaryItem> TemporaryItem::makeFolder(const FileCalls& calls, int fold
         return openFolderAt(folder, name, O_NOFOLLOW);
     });
     if (!made) return made.error();
-    return TemporaryItem(calls, folder, std::move(made->first), std::move(made->second));
+    return entered({calls, folder, std::move(made->first), std::move(made->second)}, doing);
+}
+
+Result<TemporaryItem> TemporaryItem::entered(TemporaryItem item, const std::string& doing) {
+    {
+        ItemsInUse& inUse = itemsInUse();
+        const std::lock_guard lock(inUse.mutex);
+        if (!inUse.areGivenUp) {
+            inUse.items.insert_or_assign(item.descriptor(),
+                                         ItemInUse{item.calls_, item.folder_, item.name_});
+            return item;
+        }
+    }
+    return posixError(ECANCELED, doing);
 }
 
 TemporaryItem::~TemporaryItem() {
-    if (descriptor_) (void)removeTree(*calls_, folder_, name_.c_str(), Path(name_));
+    if (!descriptor_) return;
+    (void)removeTree(*calls_, folder_, name_.c_str(), Path(name_));
+    ItemsInUse& inUse = itemsInUse();
+    const std::lock_guard lock(inUse.mutex);
+    inUse.items.erase(descriptor_.get());
 }
 
 int TemporaryItem::publish(const std::string& name) {
-    const int failed = moveWithoutReplacing(*calls_, folder_, name_.c_str(), folder_, name.c_str());
-    return failed != 0 ? failed : published();
+    return publishBy([&] {
+        return moveWithoutReplacing(*calls_, folder_, name_.c_str(), folder_, name.c_str());
+    });
 }
 
 int TemporaryItem::publishReplacing(const std::string& name) {
-    if (::renameat(folder_, name_.c_str(), folder_, name.c_str()) != 0) return errno;
-    return published();
+    return publishBy(
+        [&] { return ::renameat(folder_, name_.c_str(), folder_, name.c_str()) == 0 ? 0 : errno; });
 }
 
-int TemporaryItem::published() {
+template <class Move>
+int TemporaryItem::publishBy(Move move) {
+    {
+        ItemsInUse& inUse = itemsInUse();
+        const std::lock_guard lock(inUse.mutex);
+        if (inUse.areGivenUp) return ECANCELED;
+        if (const int failed = move()) return failed;
+        inUse.items.erase(descriptor_.get());
+    }
     descriptor_.reset();
     const int failed = calls_->sync(folder_);
     // Some network file systems keep folders safe by themselves and refuse to be asked.
     return failed == EINVAL || failed == EBADF || failed == EOPNOTSUPP ? 0 : failed;
+}
+
+void removeItemsInUse() {
+    constexpr auto patience = std::chrono::milliseconds(300);
+    // What a thread makes in a tree while it is removed takes another round.
+    constexpr int rounds = 10;
+    ItemsInUse& inUse = itemsInUse();
+    const std::unique_lock lock(inUse.mutex, patience);
+    if (!lock) return;
+    inUse.areGivenUp = true;
+    for (const auto& [descriptor, item] : inUse.items) {
+        const auto remove = [&, &item = item] {
+            return removeTree(*item.calls, item.folder, item.name.c_str(), Path(item.name));
+        };
+        for (int round = 0; round < rounds; ++round) {
+            const auto error = remove();
+            if (!error || error->is(posixErrorDomain, ENOENT)) break;
+        }
+    }
 }
 
 int removeAbandonedItems(const FileCalls& calls, const Path& path) {

@@ -41,13 +41,21 @@ class TemporaryItem {
           folder_(folder),
           name_(std::move(name)),
           descriptor_(std::move(descriptor)) {}
-    int published();
+    static Result<TemporaryItem> entered(TemporaryItem item, const std::string& doing);
+    // Moves the item to its name by `move`, which gives 0 or an errno value.
+    template <class Move>
+    int publishBy(Move move);
 
     const FileCalls* calls_;
     int folder_;
     std::string name_;
     FileDescriptor descriptor_;  // owns nothing once it was published or moved from
 };
+
+// Removes the temporary items that this process uses, and lets none be made or get its name any
+// more: for the last moment of a process that does not wait for what its threads are doing. Any
+// thread; takes little more time than the removal.
+void removeItemsInUse();
 
 // Removes the temporary items in a folder that no running process uses. Returns how many went.
 int removeAbandonedItems(const FileCalls& calls, const Path& folder);
