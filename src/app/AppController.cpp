@@ -64,7 +64,7 @@ AppController::AppController() : started_(current().clock.now()) {
     ZBLarkspanBackup::clearTransferLeftovers();
     vendConnection();
     observeWorkspace();
-    scanQueue_.addOperation(removeLeavings);
+    scanQueue().addOperation(removeLeavings);
 }
 
 AppController::~AppController() {

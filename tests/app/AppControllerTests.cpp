@@ -206,9 +206,9 @@ TEST_F(AppControllerTest, ServesItsCommandsAndFacts) {
     const auto integer = [&](const char* name) {
         return (*client)->property(name, 1s).value().integerValue();
     };
-    EXPECT_EQ(integer("runsEnded"), 1);
+    EXPECT_EQ(integer("runsEnded"), 2);
     EXPECT_EQ((*client)->call("startBackupScan", 1s), std::nullopt);
-    EXPECT_EQ(integer("runsQueued"), 2);
+    EXPECT_EQ(integer("runsQueued"), 3);
     const size_t announced = storeChangesAnnounced();
     EXPECT_EQ((*client)->call("filesBackedUp", 1s), std::nullopt);
     EXPECT_EQ(storeChangesAnnounced(), announced + 1);

@@ -60,7 +60,7 @@ TEST_F(DiffTest, ShowsLongAndStrangeValuesSafely) {
     EXPECT_EQ(longName.output.size(), 2'000 + std::string("\u2026\n").size());
     EXPECT_THAT(longName.output, EndsWith("x\u2026\n"));
     EXPECT_EQ(diff(finalCut("A"), finalCut("a&#27;[31m&#10;b%@")).output,
-              "Project name changed to a?[31m?b%@\n");
+              "Project name changed to a?[31m b%@\n");
 }
 
 TEST_F(DiffTest, SaysWhatCannotBeCompared) {

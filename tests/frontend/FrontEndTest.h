@@ -61,6 +61,7 @@ class FrontEndTest : public FakePlatformTest {
             {"started", [this] { return Value(fake.clock.now()); }},
             {"runsQueued", [this] { return Value(runsQueued); }},
             {"runsEnded", [this] { return Value(runsEnded++); }},
+            {"projectsBeingWritten", [] { return Value(0); }},
             {"watchedFolders", [this] { return Value(watchedFolders); }},
             {"lastProblem", [this] { return lastProblem; }},
         };

@@ -235,7 +235,7 @@ TEST_F(SyncTest, AnInterruptedUploadLeavesNothing) {
 
 TEST_F(SyncTest, ProgressIsForTerminalsAndTheDock) {
     link();
-    EXPECT_EQ(progressText("Uploading a\nb", 0.5), "Uploading a?b  [##########----------]  50%");
+    EXPECT_EQ(progressText("Uploading a\nb", 0.5), "Uploading a b  [##########----------]  50%");
     addVersion("AAAA", "Cut.00001.fcp", fake.clock.now(), std::string(300'000, 'x'));
     const std::vector<std::string> command{"-upload",
                                            "/Store/AAAA.localized/Versions/Cut.00001.fcp"};

@@ -135,7 +135,7 @@ TEST(CloudAnswers, FailuresTellTheReasonAndTheWait) {
                                      .headers = {{"retry-after", "30"}},
                                      .body = R"({"error_summary":"too_many_requests/\n.."})"})
                   .description,
-              "The cloud service answered with status 429 (too_many_requests/?). It asks to wait "
+              "The cloud service answered with status 429 (too_many_requests/ ). It asks to wait "
               "for 30 seconds.");
     EXPECT_EQ(cloudanswers::failure({.status = 500,
                                      .headers = {{"retry-after", "soon"}},
