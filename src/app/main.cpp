@@ -2,9 +2,8 @@
 #include "kit/Problems.h"
 #include "kit/ZBAuthorization.h"
 #include "kit/ZBBugReporter.h"
-#include "kit/ZBLocalPaths.h"
 #include "kit/ZBLog.h"
-#include "platform/Files.h"
+#include "platform/linux/ConsoleUser.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/TerminationSignals.h"
 
@@ -41,18 +40,9 @@ void allowManyOpenFolders() {
     (void)setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-// Acting for another user, the current log file lies in the local domain, where nothing else makes
-// its folder.
-void prepareLocalLogFolder() {
-    if (!ZBLocalPaths::actsForConsoleUser()) return;
-    const auto logs = ZBLocalPaths::logDirectory(UserDomain::no);
-    if (logs) (void)platform::Platform::current().files.createFolder(*logs / "Corvane");
-}
-
 int runHelper(platform::LinuxPlatform& system, Mode mode) {
     platform::LinuxMainThread& mainThread = system.mainThread();
     const platform::TerminationSignals signals(mainThread, [&](int) { mainThread.stop(); });
-    prepareLocalLogFolder();
 
     LarkspanHelperAppDelegate delegate;
     delegate.applicationDidFinishLaunching();
@@ -92,6 +82,11 @@ int run(int argc, char** argv) {
             return 2;
         }
         mode = Mode::once;
+    }
+    // docs/behaviour.md, own 18
+    if (const auto error = platform::becomeConsoleUser(argv, ZBLog::folderInLibrary())) {
+        (void)std::fprintf(stderr, "LarkspanHelper: %s\n", error->description.c_str());
+        return EXIT_FAILURE;
     }
     allowManyOpenFolders();
     platform::LinuxPlatform system([](const std::string& problem) { logProblem("%@", problem); });

@@ -1,6 +1,7 @@
 #include "platform/linux/SocketFolder.h"
 
 #include "platform/Connections.h"
+#include "platform/linux/UserTable.h"
 #include "platform/posix/AdvisoryLock.h"
 
 #include <algorithm>
@@ -13,7 +14,6 @@
 #include <utility>
 
 #include <fcntl.h>
-#include <pwd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -58,11 +58,8 @@ std::string environment(const char* name) {
 }
 
 std::string homeOfAccount() {
-    std::array<char, 4096> buffer{};
-    passwd entry{};
-    passwd* found = nullptr;
-    ::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found);
-    return found && found->pw_dir ? found->pw_dir : "";
+    const auto account = userWithID(::geteuid());
+    return account ? account->home.str() : "";
 }
 
 Result<sockaddr_un> addressOf(const Path& path) {
