@@ -92,6 +92,7 @@ int run(int argc, char** argv) {
     platform::LinuxPlatform system([](const std::string& problem) { logProblem("%@", problem); });
     const platform::ScopedPlatform installed(system.platform());
     ZBBugReporter::leaveReports();
+    (void)ZBAuthorization::sharedController(WithGUI::yes, Question::apart);
     const int status = runHelper(system, mode);
     ZBAuthorization::discardSharedController();
     ZBLog::discardSharedController();

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 
 #include <fcntl.h>
@@ -19,6 +20,30 @@ bool moveAboveStandardStreams(FileDescriptor& descriptor) {
     descriptor.reset(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     return static_cast<bool>(descriptor);
 }
+
+// While it lives, a pipe that nobody reads gives this thread EPIPE and no signal, whatever the
+// program does with the signal.
+class BlockedPipeSignal {
+  public:
+    BlockedPipeSignal() {
+        ::sigemptyset(&pipeSignal_);
+        ::sigaddset(&pipeSignal_, SIGPIPE);
+        ::pthread_sigmask(SIG_BLOCK, &pipeSignal_, &before_);
+    }
+    BlockedPipeSignal(const BlockedPipeSignal&) = delete;
+    BlockedPipeSignal& operator=(const BlockedPipeSignal&) = delete;
+    ~BlockedPipeSignal() {
+        const int error = errno;
+        const timespec now{};
+        if (!::sigismember(&before_, SIGPIPE)) (void)::sigtimedwait(&pipeSignal_, nullptr, &now);
+        ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+        errno = error;
+    }
+
+  private:
+    sigset_t pipeSignal_{};
+    sigset_t before_{};
+};
 
 }  // namespace
 
@@ -106,6 +131,22 @@ int ChildState::waitUntilExit() {
 void ChildState::sendSignal(int number) {
     const std::lock_guard lock(mutex_);
     if (!ended_) ::kill(*processID_, number);
+}
+
+int ChildState::writeInput(std::string_view text) {
+    const std::lock_guard lock(mutex_);
+    if (text.size() > PIPE_BUF) return E2BIG;  // could be written in part
+    if (!input_) return EPIPE;
+    const int flags = ::fcntl(input_.get(), F_GETFL);
+    if (flags < 0 || ::fcntl(input_.get(), F_SETFL, flags | O_NONBLOCK) != 0) return errno;
+    const BlockedPipeSignal blocked;
+    const ssize_t written = ::write(input_.get(), text.data(), text.size());
+    return written < 0 ? errno : 0;
+}
+
+void ChildState::endInput() {
+    const std::lock_guard lock(mutex_);
+    input_.reset();
 }
 
 ChildProcess::ChildProcess(std::shared_ptr<ChildState> state, Pipe stopSignal,
