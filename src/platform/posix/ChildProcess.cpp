@@ -21,29 +21,26 @@ bool moveAboveStandardStreams(FileDescriptor& descriptor) {
     return static_cast<bool>(descriptor);
 }
 
-// While it lives, a pipe that nobody reads gives this thread EPIPE and no signal, whatever the
-// program does with the signal.
-class BlockedPipeSignal {
-  public:
-    BlockedPipeSignal() {
-        ::sigemptyset(&pipeSignal_);
-        ::sigaddset(&pipeSignal_, SIGPIPE);
-        ::pthread_sigmask(SIG_BLOCK, &pipeSignal_, &before_);
-    }
-    BlockedPipeSignal(const BlockedPipeSignal&) = delete;
-    BlockedPipeSignal& operator=(const BlockedPipeSignal&) = delete;
-    ~BlockedPipeSignal() {
-        const int error = errno;
-        const timespec now{};
-        if (!::sigismember(&before_, SIGPIPE)) (void)::sigtimedwait(&pipeSignal_, nullptr, &now);
-        ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
-        errno = error;
-    }
+bool isPipeSignalPending() {
+    sigset_t pending;
+    return sigpending(&pending) == 0 && sigismember(&pending, SIGPIPE) == 1;
+}
 
-  private:
-    sigset_t pipeSignal_{};
-    sigset_t before_{};
-};
+// A pipe that nobody reads gives EPIPE and no signal, whatever the program does with the signal. An
+// errno value, 0 on success.
+int writeWithoutSignal(int descriptor, std::string_view text) {
+    sigset_t pipeSignal;
+    sigset_t before;
+    sigemptyset(&pipeSignal);
+    sigaddset(&pipeSignal, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &pipeSignal, &before);
+    const bool wasPending = isPipeSignalPending();
+    const int failed = ::write(descriptor, text.data(), text.size()) < 0 ? errno : 0;
+    int taken = 0;
+    if (failed == EPIPE && !wasPending && isPipeSignalPending()) sigwait(&pipeSignal, &taken);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return failed;
+}
 
 }  // namespace
 
@@ -139,9 +136,7 @@ int ChildState::writeInput(std::string_view text) {
     if (!input_) return EPIPE;
     const int flags = ::fcntl(input_.get(), F_GETFL);
     if (flags < 0 || ::fcntl(input_.get(), F_SETFL, flags | O_NONBLOCK) != 0) return errno;
-    const BlockedPipeSignal blocked;
-    const ssize_t written = ::write(input_.get(), text.data(), text.size());
-    return written < 0 ? errno : 0;
+    return writeWithoutSignal(input_.get(), text);
 }
 
 void ChildState::endInput() {
