@@ -5,10 +5,9 @@
 #include "kit/Problems.h"
 #include "kit/ZBAuthorization.h"
 #include "kit/ZBBugReporter.h"
-#include "kit/ZBLocalPaths.h"
 #include "kit/ZBLog.h"
 #include "platform/Console.h"
-#include "platform/Files.h"
+#include "platform/linux/ConsoleUser.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/TerminationSignals.h"
 #include "platform/posix/TemporaryItem.h"
@@ -54,14 +53,6 @@ void allowManyOpenFolders() {
     (void)setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-// Acting for another user, the current log file lies in the local domain, where nothing else makes
-// its folder.
-void prepareLocalLogFolder() {
-    if (!ZBLocalPaths::actsForConsoleUser()) return;
-    const auto logs = ZBLocalPaths::logDirectory(UserDomain::no);
-    if (logs) (void)platform::Platform::current().files.createFolder(*logs / "Corvane");
-}
-
 // Runs are not waited for: what they were making goes with them.
 [[noreturn]] void endAtOnce(int status) {
     platform::removeItemsInUse();
@@ -71,7 +62,6 @@ void prepareLocalLogFolder() {
 int runHelper(platform::LinuxPlatform& system) {
     platform::LinuxMainThread& mainThread = system.mainThread();
     const platform::TerminationSignals signals(mainThread, [&](int) { mainThread.stop(); });
-    prepareLocalLogFolder();
 
     LarkspanHelperAppDelegate delegate;
     delegate.applicationDidFinishLaunching();
@@ -95,7 +85,6 @@ int tellProblems(const std::vector<std::string>& problems) {
 int scanOnce(platform::LinuxPlatform& system) {
     platform::LinuxMainThread& mainThread = system.mainThread();
     const platform::TerminationSignals signals(mainThread, [&](int) { mainThread.stop(); });
-    prepareLocalLogFolder();
 
     LarkspanHelperAppDelegate delegate;
     delegate.applicationDidFinishLaunching();
@@ -189,11 +178,17 @@ int run(int argc, char** argv) {
             return 2;
         }
     }
+    // docs/behaviour.md, own 18
+    if (const auto error = platform::becomeConsoleUser(argv, ZBLog::folderInLibrary())) {
+        (void)std::fprintf(stderr, "LarkspanHelper: %s\n", error->description.c_str());
+        return EXIT_FAILURE;
+    }
     allowManyOpenFolders();
     platform::LinuxPlatform system([](const std::string& problem) { logProblem("%@", problem); });
     const platform::ScopedPlatform installed(system.platform());
     if (verbose) system.platform().console.showDetails();
     ZBBugReporter::leaveReports();
+    (void)ZBAuthorization::sharedController(WithGUI::yes, Question::apart);
     const int status = mode == Mode::once ? runOnce(system) : runHelper(system);
     ZBAuthorization::discardSharedController();
     ZBLog::discardSharedController();

@@ -65,18 +65,12 @@ struct BatchRun::Candidate {
 };
 
 void BatchRun::processProjects(const ProjectListing& listing, const ProjectFilter& wanted) {
-    const auto preferences = Preferences::read(Preferences::frontEndFile());
-    if (!preferences) {
-        // docs/behaviour.md, own 29
-        logProblem("Unable to read preferences file: %@", preferences.error().description);
-        return;
-    }
     if (listing.projects.empty()) {
         ZBLog::appendLog("No projects found");
         return;
     }
     Run run{.listing = listing,
-            .skipsUnchanged = skipsUnchangedSaves(*preferences),
+            .skipsUnchanged = skipsUnchangedSaves(Preferences::frontEnd()),
             .throttle = AlertThrottle(state_.lastAlertShown.copy(), current().clock.now()),
             .processed = {},
             .processedNames = {}};

@@ -64,10 +64,7 @@ std::vector<ProjectEntry> ZBLarkspanBackup::projects() {
 }
 
 Result<ProjectListing> ZBLarkspanBackup::listProjects(Look look) {
-    // docs/behaviour.md, own 29
-    const auto preferences = Preferences::read(Preferences::frontEndFile());
-    if (!preferences) return preferences.error();
-    const auto root = storelayout::storeRoot(*preferences);
+    const auto root = storelayout::storeRoot(Preferences::frontEnd());
     if (!root) return ProjectListing();
     return list_.list(*root, look);
 }

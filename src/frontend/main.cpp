@@ -2,6 +2,7 @@
 #include "kit/ZBLog.h"
 #include "platform/Files.h"
 #include "platform/Platform.h"
+#include "platform/linux/ConsoleUser.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/TerminationSignals.h"
 #include "sync/curl/CurlClient.h"
@@ -74,6 +75,12 @@ int runFrontEndOnLinux(const std::vector<std::string>& arguments) {
 int main(int argc, char** argv) {
     // A reader of the results that goes away is noticed by the stream.
     (void)std::signal(SIGPIPE, SIG_IGN);
+    // docs/behaviour.md, own 18
+    if (const auto error =
+            larkspan::platform::becomeConsoleUser(argv, larkspan::ZBLog::folderInLibrary())) {
+        std::cerr << "larkspan: " << error->description << '\n';
+        return 1;
+    }
     try {
         return larkspan::runFrontEndOnLinux({argv + 1, argv + argc});
     } catch (const std::exception& exception) {

@@ -9,6 +9,7 @@
 #include "platform/Platform.h"
 #include "platform/Privileges.h"
 
+#include <system_error>
 #include <utility>
 
 namespace larkspan {
@@ -61,9 +62,9 @@ bool canTransfer(const char* operation, const std::optional<Path>& path,
 
 }  // namespace
 
-ZBAuthorization& ZBAuthorization::sharedController(WithGUI withGUI) {
+ZBAuthorization& ZBAuthorization::sharedController(WithGUI withGUI, Question question) {
     const std::lock_guard lock(instanceMutex);
-    if (!instance) instance = withGUI == WithGUI::yes ? init() : initWithoutGUI();
+    if (!instance) instance = withGUI == WithGUI::yes ? init(question) : initWithoutGUI();
     return *instance;
 }
 
@@ -72,20 +73,24 @@ void ZBAuthorization::discardSharedController() {
     instance.reset();
 }
 
-std::unique_ptr<ZBAuthorization> ZBAuthorization::init() {
-    return std::unique_ptr<ZBAuthorization>(new ZBAuthorization(WithGUI::yes));
+std::unique_ptr<ZBAuthorization> ZBAuthorization::init(Question question) {
+    return std::unique_ptr<ZBAuthorization>(new ZBAuthorization(WithGUI::yes, question));
 }
 
 std::unique_ptr<ZBAuthorization> ZBAuthorization::initWithoutGUI() {
-    return std::unique_ptr<ZBAuthorization>(new ZBAuthorization(WithGUI::no));
+    return std::unique_ptr<ZBAuthorization>(new ZBAuthorization(WithGUI::no, Question::waitedFor));
 }
 
-ZBAuthorization::ZBAuthorization(WithGUI withGUI)
-    : hasGUI_(withGUI == WithGUI::yes), authRef_(current().privileges.inheritedAuthorization()) {
+ZBAuthorization::ZBAuthorization(WithGUI withGUI, Question question)
+    : hasGUI_(withGUI == WithGUI::yes),
+      question_(question),
+      authRef_(current().privileges.inheritedAuthorization()) {
     if (!isRoot()) userDirectory_ = ZBLocalPaths::userDirectory();
 }
 
 ZBAuthorization::~ZBAuthorization() {
+    discarded_ = true;
+    if (questioner_.joinable()) questioner_.join();
     authEnd();
 }
 
@@ -104,9 +109,35 @@ bool ZBAuthorization::authStart() {
         reportToConsole("Unable to authorize");
         return false;
     }
-    std::shared_ptr<platform::Authorization> granted = current().privileges.authorize();
-    authRef_.with([&](auto& authRef) { authRef = granted; });
-    return granted != nullptr;
+    platform::Privileges& privileges = current().privileges;
+    // docs/behaviour.md, own 19
+    if (wasAsked_ || !privileges.canAskPerson(asking())) return false;
+    wasAsked_ = true;
+    if (question_ == Question::apart) {
+        askApart();
+        return false;
+    }
+    ask(privileges);
+    return isAuthorized();
+}
+
+platform::Asking ZBAuthorization::asking() const {
+    using platform::Asking;
+    return question_ == Question::apart ? Asking::atDesktop : Asking::anywhere;
+}
+
+void ZBAuthorization::askApart() {
+    try {
+        questioner_ = std::thread([this, &privileges = current().privileges] { ask(privileges); });
+    } catch (const std::system_error&) {
+        wasAsked_ = false;  // no thread to be had: another time
+    }
+}
+
+void ZBAuthorization::ask(platform::Privileges& privileges) {
+    std::shared_ptr<platform::Authorization> granted =
+        privileges.authorize(asking(), [this] { return discarded_.load(); });
+    if (granted) authRef_.with([&](auto& authRef) { authRef = std::move(granted); });
 }
 
 bool ZBAuthorization::authStartWithUser(const std::optional<std::string>& user,

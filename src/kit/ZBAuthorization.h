@@ -4,27 +4,35 @@
 #include "foundation/Path.h"
 #include "foundation/Secret.h"
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace larkspan {
 
 namespace platform {
 class Authorization;
-}
+class Privileges;
+enum class Asking;
+}  // namespace platform
 
 enum class WithGUI { no, yes };
+// Whether who needs the rights waits for the person's answer, or goes without them until it comes.
+enum class Question { waitedFor, apart };
 enum class Async { no, yes };
 enum class DeleteOnRootAccount { no, yes };
 
 // File operations with administrator rights, for when the ordinary ones fail for want of them. They
 // run the system's own tools: as root at once, else with an authorization that a person is asked
-// for at the first need (or that authStartWithUser got) and that is kept until authEnd.
+// for at the first need (or that authStartWithUser got) and that is kept until authEnd. Once asked,
+// nobody is asked again. With Question::apart a person is asked only at a desktop, on a thread of
+// its own: what needs the rights fails until they are granted.
 //
 //   if (ZBAuthorization::sharedController().authRemoveFile(path)) waitUntilGone(path);
 //
@@ -32,13 +40,14 @@ enum class DeleteOnRootAccount { no, yes };
 // callers look for the result on disk. Paths must be absolute: a relative one is refused, since a
 // tool of another user starts in another folder and may take a name for an option. Standard folders
 // (ZBLocalPaths::leadsToSystemDirectory) are never removed, moved or trashed. What is refused
-// starts nothing, and why goes to the system console. Any thread; at most one person is asked at a
-// time.
+// starts nothing, and why goes to the system console. Any thread.
 class ZBAuthorization {
   public:
-    // Made on first use; whether it may ask a person is settled then.
-    static ZBAuthorization& sharedController(WithGUI withGUI = WithGUI::yes);
-    // Gives the authorization up and forgets the instance: before the platform goes.
+    // Made on first use; whether it may ask a person, and how, is settled then.
+    static ZBAuthorization& sharedController(WithGUI withGUI = WithGUI::yes,
+                                             Question question = Question::waitedFor);
+    // Gives the authorization, and a question that is open, up and forgets the instance: before the
+    // platform goes.
     static void discardSharedController();
 
     ZBAuthorization(const ZBAuthorization&) = delete;
@@ -48,7 +57,7 @@ class ZBAuthorization {
     bool isAuthorized() const;
     bool canAuthorize() const;
 
-    // True when authorized, now or before; asks a person only with a user interface.
+    // True when authorized, now or before; asks a person only with a user interface, and once.
     [[nodiscard]] bool authStart();
     // By name and password, without asking. The password is overwritten afterwards.
     [[nodiscard]] bool authStartWithUser(const std::optional<std::string>& user,
@@ -83,16 +92,23 @@ class ZBAuthorization {
     [[nodiscard]] bool authCreateDir(const Path& path);
 
   private:
-    explicit ZBAuthorization(WithGUI withGUI);
-    static std::unique_ptr<ZBAuthorization> init();
+    ZBAuthorization(WithGUI withGUI, Question question);
+    static std::unique_ptr<ZBAuthorization> init(Question question);
     static std::unique_ptr<ZBAuthorization> initWithoutGUI();
 
+    platform::Asking asking() const;
+    void askApart();
+    void ask(platform::Privileges& privileges);
     [[nodiscard]] bool runTool(const char* tool, const std::vector<std::string>& parameters);
     std::optional<Path> trashTarget(const Path& path);
 
     const bool hasGUI_;
     std::optional<Path> userDirectory_;  // only when not root at the start
-    std::mutex asking_;                  // held while a person is asked
+    const Question question_;
+    std::mutex asking_;  // held while a person's answer is waited for
+    bool wasAsked_ = false;
+    std::atomic<bool> discarded_{false};
+    std::thread questioner_;
     Guarded<std::shared_ptr<platform::Authorization>> authRef_;
     // Names in the Trash given out: a move there may still be under way when the next comes.
     Guarded<std::set<Path>> trashNamesGivenOut_;

@@ -74,7 +74,7 @@ std::vector<Path> protectedFolders() {
     }
     const std::vector<Path> further = places().protectedFolders();
     folders.insert(folders.end(), further.begin(), further.end());
-    if (!ZBLocalPaths::actsForConsoleUser()) return folders;
+    if (!isRoot() || !ZBLocalPaths::actsForConsoleUser()) return folders;
     // The same in the home of the user for whom root acts.
     const std::optional<Path> home = ZBLocalPaths::userDirectory();
     for (const Path& folder : further) {
@@ -183,7 +183,7 @@ Path ZBLocalPaths::expandingTilde(const Path& path) {
 }
 
 bool ZBLocalPaths::actsForConsoleUser() {
-    if (!isRoot()) return false;
+    if (!isRoot()) return places().actsAsRoot();
     const std::optional<std::string> user = currentConsoleUser();
     return !user || *user != places().userName();
 }

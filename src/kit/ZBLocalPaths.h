@@ -44,7 +44,7 @@ class ZBLocalPaths {
     static std::optional<std::string> currentConsoleUser();
     // The path with a "~" at its start replaced by that home.
     static Path expandingTilde(const Path& path);
-    // Whether a root process works in another user's name.
+    // Whether a process of root, or one that root started, works in another user's name.
     static bool actsForConsoleUser();
 
     // A globally unique string, new at every call.

@@ -95,10 +95,14 @@ std::string ZBLog::appName() const {
     return Path(executable.lastPathComponent()).deletingPathExtension().str();
 }
 
+Path ZBLog::folderInLibrary() {
+    return Path("Logs/Corvane");
+}
+
 std::optional<Path> ZBLog::folder() {
     const auto library = ZBLocalPaths::libraryDirectory(UserDomain::yes);
     if (!library) return std::nullopt;
-    return *library / "Logs/Corvane";
+    return *library / folderInLibrary().str();
 }
 
 Path ZBLog::generation(const Path& inFolder, long number) const {
@@ -113,7 +117,8 @@ std::optional<Path> ZBLog::currentFile() const {
         return logs ? std::optional(generation(*logs, 1)) : std::nullopt;
     }
     const auto library = ZBLocalPaths::libraryDirectory(UserDomain::no);
-    return library ? std::optional(generation(*library / "Logs/Corvane", 1)) : std::nullopt;
+    return library ? std::optional(generation(*library / folderInLibrary().str(), 1))
+                   : std::nullopt;
 }
 
 void ZBLog::createNewLog(const std::optional<std::string>& appName) {

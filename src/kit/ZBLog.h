@@ -67,6 +67,9 @@ class ZBLog {
     // Returns when every queued entry is written.
     static void finishWriting();
 
+    // Where the generations lie, below a Library folder.
+    static Path folderInLibrary();
+
     // Paths of the generations that exist, the current one first; always in the user's folder.
     static std::vector<Path> availableLogs();
 

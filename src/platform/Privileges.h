@@ -5,6 +5,7 @@
 #include "foundation/Secret.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,6 +13,10 @@
 namespace larkspan::platform {
 
 enum class WaitForOutput { no, yes };
+// Where a person may be asked: wherever one is, or only at a desktop.
+enum class Asking { anywhere, atDesktop };
+// Whether whoever asks no longer waits for the answer.
+using GivenUp = std::function<bool()>;
 
 // The right to act with administrator rights, given up when destroyed. Any thread.
 class Authorization {
@@ -19,9 +24,8 @@ class Authorization {
     virtual ~Authorization() = default;
 
     // Runs a tool with administrator rights; its arguments reach it one by one, never through a
-    // shell. 0 when it was started, whatever becomes of it, else the system's status. Waits until
-    // the right is granted or refused, which may mean for a person, for ten minutes at most; with
-    // `wait` also until the tool has finished writing. The tool must be an absolute path.
+    // shell. 0 when it was started, whatever becomes of it, else the system's status. Asks nobody.
+    // Waits with `wait` until the tool has finished writing. The tool must be an absolute path.
     virtual std::int32_t execute(const Path& tool, const std::vector<std::string>& arguments,
                                  WaitForOutput wait) = 0;
 };
@@ -39,9 +43,11 @@ class Privileges {
     // The right that whoever started this process handed on; null when there is none.
     virtual std::unique_ptr<Authorization> inheritedAuthorization() = 0;
 
-    // By asking a person, now or when the first tool is executed; null when there is nobody to
-    // ask, or the answer is no.
-    virtual std::unique_ptr<Authorization> authorize() = 0;
+    // Whether somebody is there, now, who can be asked. Asks nobody.
+    virtual bool canAskPerson(Asking asking) = 0;
+    // By asking a person, and waiting for the answer: ten minutes at most, or until `givenUp`. Null
+    // when there is nobody to ask, or the answer is no.
+    virtual std::unique_ptr<Authorization> authorize(Asking asking, const GivenUp& givenUp) = 0;
 
     // By an administrator's name and password, without asking anybody. The password is not kept.
     virtual Result<std::unique_ptr<Authorization>> authorize(const std::string& user,

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace larkspan::platform {
@@ -19,7 +20,7 @@ struct LaunchRequest {
     Path launchPath = {};  // absolute
     std::vector<std::string> arguments = {};
     std::optional<std::map<std::string, std::string>> environment = {};  // replaces the whole of it
-    Stream input = Stream::nullDevice;  // a pipe is never written and stays open while it runs
+    Stream input = Stream::nullDevice;  // a pipe stays open while it runs, or until endInput()
     // Written to its standard input in place of all that `input` says, which then ends. At most
     // 4096 bytes, more gives EFBIG.
     std::shared_ptr<const Secret> inputText = {};
@@ -47,6 +48,13 @@ class Process {
 
     // Ends it at once, without asking. Nothing happens when it has ended.
     virtual void kill() = 0;
+
+    // Writes to its standard input, a pipe, without waiting. An errno value, 0 on success: E2BIG
+    // for more than 4096 bytes, EAGAIN when there is no room, EPIPE without a pipe and when nobody
+    // reads it any more; then nothing was written.
+    [[nodiscard]] virtual int writeInput(std::string_view text) = 0;
+    // Ends its standard input.
+    virtual void endInput() = 0;
 
     // What can be read from the pipe now, waiting until there is something; "" at its end, when
     // there is no pipe, and after stopReading().

@@ -41,9 +41,12 @@ class StandardPlaces {
 
     // The user in whose name a root process acts: the one at the console (seat0's active user),
     // else the one behind sudo, else the process's own. The process's own, too, when HOME is set
-    // to something other than its user's home: whoever does that wants to be alone there. Empty
-    // only where the platform knows that nobody is logged in.
+    // to something other than its user's home or the home of one of those: whoever does that wants
+    // to be alone there. Empty only where the platform knows that nobody is logged in.
     virtual std::optional<std::string> consoleUser() = 0;
+
+    // Whether root started this process, which belongs to the user in whose name it acts.
+    virtual bool actsAsRoot() = 0;
 
     // The Trash as a path below a user's home, for example ".local/share/Trash/files".
     virtual std::string trashFolderInHome() = 0;

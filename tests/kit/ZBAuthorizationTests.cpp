@@ -3,6 +3,8 @@
 #include "support/FakePlatformTest.h"
 
 #include <functional>
+#include <future>
+#include <thread>
 
 #include <gmock/gmock.h>
 
@@ -29,8 +31,16 @@ class ZBAuthorizationTest : public testing::FakePlatformTest {
         writeFile(Path("/W/notes.txt"), "x");
         fake.privileges.personAgrees = true;
     }
-    ZBAuthorization& shared(WithGUI withGUI = WithGUI::yes) {
-        return ZBAuthorization::sharedController(withGUI);
+    ZBAuthorization& shared(WithGUI withGUI = WithGUI::yes,
+                            Question question = Question::waitedFor) {
+        return ZBAuthorization::sharedController(withGUI, question);
+    }
+    static bool eventually(const std::function<bool()>& condition) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (!condition() && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return condition();
     }
     std::vector<std::vector<std::string>> launched() const {
         std::vector<std::vector<std::string>> commands;
@@ -138,6 +148,40 @@ TEST_F(ZBAuthorizationTest, WithoutAUserInterfaceNobodyIsAsked) {
     EXPECT_FALSE(shared().canAuthorize());
     EXPECT_EQ(fake.privileges.timesAsked(), 0);
     EXPECT_THAT(fake.console.reported(), ElementsAre("Unable to authorize"));
+}
+
+TEST_F(ZBAuthorizationTest, ANoIsNotAskedForAgain) {
+    fake.privileges.personAgrees = false;
+    for (int run = 0; run < 3; ++run) EXPECT_FALSE(shared().authRemoveFile(notes));
+    EXPECT_EQ(fake.privileges.timesAsked(), 1);
+    fake.privileges.passwords["admin"] = "swordfish";
+    EXPECT_TRUE(shared().authStartWithUser("admin", Secret("swordfish")));
+    EXPECT_TRUE(shared().authRemoveFile(notes));
+}
+
+TEST_F(ZBAuthorizationTest, AskedApartNobodyWaitsAndItWorksOnceGranted) {
+    std::promise<void> click;
+    fake.privileges.sitsAtDesktop = false;
+    fake.privileges.answer = [&](const auto&) { click.get_future().wait(); };
+    ZBAuthorization& authorization = shared(WithGUI::yes, Question::apart);
+    EXPECT_FALSE(authorization.authRemoveFile(notes));
+    EXPECT_EQ(fake.privileges.timesAsked(), 0);
+    fake.privileges.sitsAtDesktop = true;
+    for (int run = 0; run < 3; ++run) EXPECT_FALSE(authorization.authRemoveFile(notes));
+    click.set_value();
+    EXPECT_TRUE(eventually([&] { return authorization.isAuthorized(); }));
+    EXPECT_TRUE(authorization.authRemoveFile(notes));
+    EXPECT_EQ(fake.privileges.timesAsked(), 1);
+}
+
+TEST_F(ZBAuthorizationTest, AnOpenQuestionEndsWithTheProcess) {
+    fake.privileges.answer = [&](const auto& givenUp) {
+        EXPECT_TRUE(eventually([&] { return givenUp(); }));
+    };
+    EXPECT_FALSE(shared(WithGUI::yes, Question::apart).authStart());
+    ZBAuthorization::discardSharedController();
+    EXPECT_EQ(fake.privileges.timesAsked(), 1);
+    EXPECT_EQ(fake.privileges.authorizationsInForce(), 0);
 }
 
 TEST_F(ZBAuthorizationTest, APasswordIsCheckedAndKeptNowhere) {

@@ -241,6 +241,15 @@ TEST_F(ZBLogTest, ActingForAnotherUserItsCurrentFileLiesInTheLocalDomain) {
     EXPECT_THAT(folder().str(), StartsWith("/homes/editor/"));
     EXPECT_TRUE(fake.files.isFolder(folder()));
     EXPECT_THAT(namesIn(folder()), IsEmpty());
+
+    ZBLog::discardSharedController();
+    fake.places.id = 1000;
+    fake.places.user = "editor";
+    fake.places.startedByRoot = true;
+    ZBLog::createNewLog("Second");
+    ZBLog::finishWriting();
+    EXPECT_THAT(contentOf(local / "Second.1.log"), HasSubstr("Log started"));
+    EXPECT_THAT(namesIn(folder()), IsEmpty());
 }
 
 TEST_F(ZBLogTest, TurnsAnExceptionIntoALine) {

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include <gmock/gmock.h>
+#include <signal.h>
 
 namespace larkspan::platform {
 namespace {
@@ -43,6 +44,13 @@ class LinuxPrivilegesTest : public ::testing::Test {
     LinuxPrivileges privileges(PrivilegePrograms programs) {
         return {processes, clock, places, std::move(programs)};
     }
+    // Somebody at a terminal.
+    static PrivilegePrograms withPerson(Path pkexec) {
+        return {.pkexec = std::move(pkexec), .sudo = Path("/none"), .personFacts = [] {
+                    return PersonFacts{.hasTerminal = true};
+                }};
+    }
+    static bool never() { return false; }
     std::string content(const char* name) const {
         std::ifstream file((folder.path() / name).str());
         return {std::istreambuf_iterator<char>(file), {}};
@@ -63,37 +71,67 @@ class LinuxPrivilegesTest : public ::testing::Test {
     const Path touch{"/usr/bin/touch"};
 };
 
-TEST_F(LinuxPrivilegesTest, AGrantedToolRunsWithItsArgumentsAsTheyAre) {
-    auto system = privileges(
-        {.pkexec = pkexec("exec \"$@\"\n"), .sudo = Path("/none"), .personCanBeAsked = true});
-    const auto authorization = system.authorize();
+TEST_F(LinuxPrivilegesTest, OneQuestionServesEveryToolWithItsArgumentsAsTheyAre) {
+    auto system = privileges(withPerson(pkexec("echo \"$1\" >>asked\nexec \"$@\"\n")));
+    const auto authorization = system.authorize(Asking::anywhere, never);
     ASSERT_TRUE(authorization);
-    const char* strange = "a b;$(touch c) 'd'";
-    EXPECT_EQ(authorization->execute(touch, {strange}, WaitForOutput::yes), 0);
-    EXPECT_TRUE(eventuallyThere(strange));
-    EXPECT_FALSE(std::filesystem::exists((folder.path() / "c").str()));
-    EXPECT_EQ(authorization->execute(Path("touch"), {"x"}, WaitForOutput::no), EINVAL);
-}
-
-TEST_F(LinuxPrivilegesTest, ARefusalIsNoStart) {
-    for (const char* refusal : {"exit 126\n", "exit 127\n"}) {
-        auto system = privileges(
-            {.pkexec = pkexec(refusal), .sudo = Path("/none"), .personCanBeAsked = true});
-        EXPECT_EQ(system.authorize()->execute(touch, {"x"}, WaitForOutput::no), EACCES) << refusal;
+    for (const char* strange : {"a b;$(touch c) 'd'", "-e\n", "\\0"}) {
+        const Path file = folder.path() / strange;
+        EXPECT_EQ(authorization->execute(touch, {"--", file.str()}, WaitForOutput::yes), 0);
+        EXPECT_TRUE(std::filesystem::exists(file.str())) << strange;
     }
-    EXPECT_FALSE(std::filesystem::exists((folder.path() / "x").str()));
+    EXPECT_EQ(authorization->execute(Path("/bin/sh"), {"-c", "kill $$"}, WaitForOutput::yes), 0);
+    EXPECT_EQ(authorization->execute(touch, {"last"}, WaitForOutput::no), 0);
+    EXPECT_TRUE(eventuallyThere("last"));
+    EXPECT_FALSE(std::filesystem::exists((folder.path() / "c").str()));
+    EXPECT_EQ(content("asked"), "/usr/bin/xargs\n");
+
+    EXPECT_EQ(authorization->execute(Path("touch"), {"x"}, WaitForOutput::no), EINVAL);
+    EXPECT_EQ(authorization->execute(touch, {std::string("x\0y", 3)}, WaitForOutput::no), EINVAL);
+    for (const auto& tooMuch : {std::vector<std::string>(17, "x"), {std::string(5000, 'x')}}) {
+        EXPECT_EQ(authorization->execute(touch, tooMuch, WaitForOutput::yes), E2BIG);
+    }
 }
 
-TEST_F(LinuxPrivilegesTest, WithoutAPersonOrAProgramThereIsNoRight) {
+TEST_F(LinuxPrivilegesTest, AnAuthorizationWhoseProgramHasEndedHasRunOut) {
+    auto system = privileges(withPerson(pkexec("echo $$ >number; exec \"$@\"\n")));
+    const auto authorization = system.authorize(Asking::anywhere, never);
+    ASSERT_TRUE(authorization);
+    ::kill(std::stoi(content("number")), SIGKILL);
+    const auto deadline = std::chrono::steady_clock::now() + 10s;
+    std::int32_t status = 0;
+    while (status == 0 && std::chrono::steady_clock::now() < deadline) {
+        status = authorization->execute(touch, {"x"}, WaitForOutput::yes);
+    }
+    EXPECT_EQ(status, EPIPE);
+}
+
+TEST_F(LinuxPrivilegesTest, WithoutAPersonsYesThereIsNoRight) {
     const Path there = pkexec("exec \"$@\"\n");
-    EXPECT_EQ(privileges({.pkexec = there, .sudo = Path("/none")}).authorize(), nullptr);
-    EXPECT_EQ(privileges({.pkexec = Path("/none"), .sudo = Path("/none"), .personCanBeAsked = true})
-                  .authorize(),
-              nullptr);
+    auto onTerminal = withPerson(there);
+    EXPECT_FALSE(privileges(onTerminal).canAskPerson(Asking::atDesktop));
+    EXPECT_EQ(privileges(onTerminal).authorize(Asking::atDesktop, never), nullptr);
+    EXPECT_EQ(privileges(withPerson(Path("/none"))).authorize(Asking::anywhere, never), nullptr);
+    for (const char* refusal : {"exit 126\n", "exit 127\n"}) {
+        auto refused = privileges(withPerson(script("refuses", refusal)));
+        EXPECT_EQ(refused.authorize(Asking::anywhere, never), nullptr) << refusal;
+    }
+    int looks = 0;
+    auto open = privileges(withPerson(script("waits", "exec sleep 60\n")));
+    EXPECT_EQ(open.authorize(Asking::anywhere, [&] { return ++looks > 3; }), nullptr);
+
     const auto refused = privileges({.pkexec = there, .sudo = Path("/none")})
                              .authorize(places.user, Secret("swordfish"));
     EXPECT_EQ(refused.error().code, ENOENT);
     EXPECT_EQ(privileges({}).inheritedAuthorization(), nullptr);
+}
+
+TEST_F(LinuxPrivilegesTest, AtADesktopTheTerminalIsLeftAlone) {
+    auto programs =
+        withPerson(pkexec("[ \"$1\" = --disable-internal-agent ] || exit 127\n"
+                          "shift; exec \"$@\"\n"));
+    programs.personFacts = [] { return PersonFacts{.hasDisplay = true}; };
+    EXPECT_NE(privileges(programs).authorize(Asking::atDesktop, never), nullptr);
 }
 
 TEST_F(LinuxPrivilegesTest, ThePasswordGoesThroughThePipeOnly) {

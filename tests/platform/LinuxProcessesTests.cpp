@@ -56,6 +56,27 @@ class LinuxProcessesTests : public ::testing::Test {
     LinuxProcesses processes;
 };
 
+TEST_F(LinuxProcessesTests, WhatIsWrittenArrivesUntilItIsEndedAndNeverWaits) {
+    const auto cat = shell("exec cat", std::nullopt, Stream::pipe);
+    EXPECT_EQ(cat->writeInput("one"), 0);
+    EXPECT_EQ(cat->readAvailableOutput(), "one");
+    EXPECT_EQ(cat->writeInput(std::string(4097, 'x')), E2BIG);
+    cat->endInput();
+    EXPECT_EQ(cat->writeInput("two"), EPIPE);
+    EXPECT_EQ(cat->readAvailableOutput(), "");
+    EXPECT_EQ(cat->waitUntilExit(), 0);
+
+    const auto deaf = shell("exec sleep 60", std::nullopt, Stream::pipe);
+    int status = 0;
+    for (int page = 0; status == 0 && page < 1000; ++page) {
+        status = deaf->writeInput(std::string(4096, 'x'));
+    }
+    EXPECT_EQ(status, EAGAIN);
+    deaf->kill();
+    (void)deaf->waitUntilExit();
+    EXPECT_EQ(deaf->writeInput("x"), EPIPE);
+}
+
 TEST_F(LinuxProcessesTests, ArgumentsAndEnvironmentArriveAsGiven) {
     EXPECT_EQ(output("printf '%s|' \"$@\""), "a b||\"ü|");
     EXPECT_EQ(output("printf %s \"$KEY\"; test -z \"$HOME\" && printf only",

@@ -107,6 +107,27 @@ TEST_F(LinuxStandardPlacesTests, TheTrashLiesBelowTheHome) {
     EXPECT_EQ(trash(), ".local/share/Trash/files");
 }
 
+TEST_F(LinuxStandardPlacesTests, AHomeThatSudoKeptIsThatOfTheUserBehindIt) {
+    environment.sudoUser = "games";
+    environment.home = "/usr/games/";
+    EXPECT_EQ(consoleUser(), "games");
+    write("seat0", "ACTIVE_UID=0\n");
+    EXPECT_EQ(consoleUser(), "games");
+    environment.home = "/usr/games/elsewhere";
+    EXPECT_EQ(consoleUser(), ownName);
+}
+
+TEST_F(LinuxStandardPlacesTests, RootsMarkCountsForItsUserAlone) {
+    for (const auto& [userID, mark, expected] : {std::tuple(1001U, "1001", true),
+                                                 {1001U, "1002", false},
+                                                 {1001U, "", false},
+                                                 {0U, "0", false}}) {
+        environment.userID = userID;
+        environment.actsFor = mark;
+        EXPECT_EQ(LinuxStandardPlaces(environment).actsAsRoot(), expected) << userID << mark;
+    }
+}
+
 TEST_F(LinuxStandardPlacesTests, ARelativeHomeIsNone) {
     environment.home = "kim";
     EXPECT_EQ(LinuxStandardPlaces(environment).homeDirectory(),

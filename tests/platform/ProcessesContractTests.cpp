@@ -106,6 +106,7 @@ TYPED_TEST(ProcessesContract, WithoutPipesThereIsNothingToRead) {
     ASSERT_TRUE(launched);
     EXPECT_EQ((*launched)->readAvailableOutput(), "");
     EXPECT_EQ((*launched)->readAvailableError(), "");
+    EXPECT_EQ((*launched)->writeInput("x"), EPIPE);
     EXPECT_EQ((*launched)->waitUntilExit(), 3);
 }
 

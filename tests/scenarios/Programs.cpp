@@ -43,15 +43,13 @@ platform::LaunchRequest Programs::request(const Path& program,
     platform::LaunchRequest request;
     request.launchPath = program;
     request.arguments = arguments;
-    request.environment = {{"HOME", home_.str()},
-                           {"PATH", "/usr/bin:/bin"},
-                           {"TMPDIR", temporary().str()},
-                           {"TZ", "UTC"}};
+    request.environment = variables_;
+    request.environment->insert({{"HOME", home_.str()},
+                                 {"PATH", "/usr/bin:/bin"},
+                                 {"TMPDIR", temporary().str()},
+                                 {"TZ", "UTC"}});
     for (const char* kept : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LSAN_OPTIONS"}) {
         if (const char* value = getenv(kept)) request.environment->emplace(kept, value);
-    }
-    for (const auto& [name, value] : variables_) {
-        request.environment->insert_or_assign(name, value);
     }
     return request;
 }

@@ -28,7 +28,8 @@ class Programs {
     Programs(const Programs&) = delete;
     Programs& operator=(const Programs&) = delete;
 
-    // A variable that the programs started from now on find in their environment.
+    // A variable that the programs started from now on find in their environment, HOME, PATH,
+    // TMPDIR and TZ too.
     void setVariable(const std::string& name, const std::string& value) {
         variables_[name] = value;
     }

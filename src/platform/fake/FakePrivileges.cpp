@@ -29,8 +29,13 @@ std::unique_ptr<Authorization> FakePrivileges::inheritedAuthorization() {
     return inherits ? std::make_unique<Granted>(*this) : nullptr;
 }
 
-std::unique_ptr<Authorization> FakePrivileges::authorize() {
+bool FakePrivileges::canAskPerson(Asking asking) {
+    return sitsAtDesktop || asking == Asking::anywhere;
+}
+
+std::unique_ptr<Authorization> FakePrivileges::authorize(Asking, const GivenUp& givenUp) {
     asked_.with([](int& count) { ++count; });
+    if (answer) answer(givenUp);
     return personAgrees ? std::make_unique<Granted>(*this) : nullptr;
 }
 

@@ -24,15 +24,18 @@ struct PrivilegedRun {
 class FakePrivileges final : public Privileges {
   public:
     std::unique_ptr<Authorization> inheritedAuthorization() override;
-    std::unique_ptr<Authorization> authorize() override;
+    bool canAskPerson(Asking asking) override;
+    std::unique_ptr<Authorization> authorize(Asking asking, const GivenUp& givenUp) override;
     Result<std::unique_ptr<Authorization>> authorize(const std::string& user,
                                                      const Secret& password) override;
 
     bool inherits = false;
-    bool personAgrees = false;                       // else nobody is there to be asked
-    std::map<std::string, std::string> passwords;    // of the administrators
-    std::optional<Error> authorizationFailure = {};  // of the next one by name and password
-    std::int32_t status = 0;                         // of every execution; only 0 records a run
+    bool sitsAtDesktop = true;  // else nobody can be asked there
+    bool personAgrees = false;
+    std::function<void(const GivenUp&)> answer = {};  // runs while the question is open
+    std::map<std::string, std::string> passwords;     // of the administrators
+    std::optional<Error> authorizationFailure = {};   // of the next one by name and password
+    std::int32_t status = 0;                          // of every execution; only 0 records a run
 
     int timesAsked() const { return asked_.copy(); }
     int authorizationsInForce() const { return inForce_.copy(); }

@@ -14,6 +14,7 @@ class FakeProcess final : public Process {
     FakeProcess(FakeProgram program, const LaunchRequest& request, int processID)
         : program_(std::move(program)),
           processID_(processID),
+          hasInput_(request.input == Stream::pipe),
           output_{.rest = program_.output, .connected = request.output == Stream::pipe},
           error_{.rest = program_.error, .connected = request.error == Stream::pipe},
           running_(program_.runsUntilTerminated),
@@ -33,6 +34,8 @@ class FakeProcess final : public Process {
         if (!program_.ignoresTermination) end(SIGTERM);
     }
     void kill() override { end(SIGKILL); }
+    int writeInput(std::string_view) override { return hasInput_ && isRunning() ? 0 : EPIPE; }
+    void endInput() override {}
     std::string readAvailableOutput() override { return read(output_); }
     std::string readAvailableError() override { return read(error_); }
     void stopReading() override {
@@ -65,6 +68,7 @@ class FakeProcess final : public Process {
 
     const FakeProgram program_;
     const int processID_;
+    const bool hasInput_;
     std::mutex mutex_;
     std::condition_variable changed_;
     FakePipe output_;

@@ -19,6 +19,7 @@ class FakeStandardPlaces final : public StandardPlaces {
     std::string userName() override { return user; }
     unsigned userID() override { return id; }
     std::optional<std::string> consoleUser() override { return console; }
+    bool actsAsRoot() override { return startedByRoot; }
     std::string trashFolderInHome() override { return trash; }
     std::vector<Path> protectedFolders() override { return protectedOnes; }
     std::string usersFolderName() override { return "Users"; }
@@ -30,6 +31,7 @@ class FakeStandardPlaces final : public StandardPlaces {
     std::map<std::string, Path> otherHomes;
     std::string user = "editor";
     unsigned id = 1000;
+    bool startedByRoot = false;
     std::optional<std::string> console = "editor";
     std::string trash = ".Trash";
     std::vector<Path> protectedOnes;

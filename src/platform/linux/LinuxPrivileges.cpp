@@ -1,27 +1,19 @@
 #include "platform/linux/LinuxPrivileges.h"
 
-#include "platform/linux/Display.h"
-#include "platform/linux/ProcessTable.h"
-#include "platform/posix/FileDescriptor.h"
+#include "platform/linux/PkexecAuthorization.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <optional>
 #include <utility>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace larkspan::platform {
 namespace {
 
 constexpr Seconds betweenLooks = std::chrono::milliseconds(10);
-constexpr Seconds longestQuestion = std::chrono::minutes(10);  // for a person
-constexpr Seconds longestCheck = std::chrono::minutes(1);      // for a program alone
-
-bool hasTerminal() {
-    return static_cast<bool>(FileDescriptor(::open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY)));
-}
+constexpr Seconds longestCheck = std::chrono::minutes(1);  // for a program alone
 
 bool isProgram(const Path& path) {
     return ::access(path.c_str(), X_OK) == 0;
@@ -58,50 +50,6 @@ LaunchRequest requestFor(const Path& program, std::vector<std::string> arguments
             .arguments = std::move(arguments),
             .output = wait == WaitForOutput::yes ? Stream::pipe : Stream::nullDevice};
 }
-
-class PkexecAuthorization final : public Authorization {
-  public:
-    PkexecAuthorization(Processes& processes, Clock& clock, Path pkexec)
-        : processes_(processes), clock_(clock), pkexec_(std::move(pkexec)) {}
-
-    std::int32_t execute(const Path& tool, const std::vector<std::string>& arguments,
-                         WaitForOutput wait) override {
-        if (!tool.isAbsolute()) return EINVAL;
-        const auto process =
-            processes_.launch(requestFor(pkexec_, withTool({}, tool, arguments), wait));
-        if (!process) return static_cast<std::int32_t>(process.error().code);
-        const std::int32_t status = decision(**process, tool);
-        if (status == 0 && wait == WaitForOutput::yes) readToEnd(**process);
-        return status;
-    }
-
-  private:
-    // Waits until the process has become the tool, which takes place in the same process, or has
-    // ended; then its exit status tells a refusal from a tool that was quick.
-    std::int32_t decision(Process& process, const Path& tool) {
-        constexpr int dismissed = 126;
-        constexpr int refused = 127;
-        const Seconds begun = clock_.uptime();
-        while (process.isRunning()) {
-            if (hasBecome(process.processID(), tool)) return 0;
-            if (clock_.uptime() - begun > longestQuestion) {
-                process.kill();
-                return ETIMEDOUT;
-            }
-            clock_.sleepFor(betweenLooks);
-        }
-        const int status = process.waitUntilExit();
-        return status == dismissed || status == refused ? EACCES : 0;
-    }
-    static bool hasBecome(int processID, const Path& tool) {
-        const std::string name = firstArgumentOfProcess(processID).value_or(std::string());
-        return Path(name).lastPathComponent() == tool.lastPathComponent();
-    }
-
-    Processes& processes_;
-    Clock& clock_;
-    const Path pkexec_;
-};
 
 class SudoAuthorization final : public Authorization {
   public:
@@ -147,17 +95,17 @@ class SudoAuthorization final : public Authorization {
 
 }  // namespace
 
-PrivilegePrograms PrivilegePrograms::ofThisProcess() {
-    return {.personCanBeAsked = hasDisplay() || hasTerminal()};
-}
-
 LinuxPrivileges::LinuxPrivileges(Processes& processes, Clock& clock, StandardPlaces& places,
                                  PrivilegePrograms programs)
     : processes_(processes), clock_(clock), places_(places), programs_(std::move(programs)) {}
 
-std::unique_ptr<Authorization> LinuxPrivileges::authorize() {
-    if (!programs_.personCanBeAsked || !isProgram(programs_.pkexec)) return nullptr;
-    return std::make_unique<PkexecAuthorization>(processes_, clock_, programs_.pkexec);
+bool LinuxPrivileges::canAskPerson(Asking asking) {
+    return isProgram(programs_.pkexec) && personCanBeAsked(programs_.personFacts(), asking);
+}
+
+std::unique_ptr<Authorization> LinuxPrivileges::authorize(Asking asking, const GivenUp& givenUp) {
+    if (!canAskPerson(asking)) return nullptr;
+    return PkexecAuthorization::ask(processes_, clock_, programs_.pkexec, asking, givenUp);
 }
 
 Result<std::unique_ptr<Authorization>> LinuxPrivileges::authorize(const std::string& user,

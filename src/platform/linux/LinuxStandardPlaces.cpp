@@ -1,49 +1,19 @@
 #include "platform/linux/LinuxStandardPlaces.h"
 
 #include "foundation/Text.h"
+#include "platform/linux/ConsoleUser.h"
 #include "platform/linux/StandardizedPath.h"
+#include "platform/linux/UserTable.h"
 #include "platform/posix/SmallFile.h"
 
-#include <cerrno>
 #include <cstdlib>
 #include <string_view>
 #include <utility>
 
-#include <pwd.h>
 #include <unistd.h>
 
 namespace larkspan::platform {
 namespace {
-
-struct User {
-    std::string name;
-    Path home;
-};
-
-// Runs one of the re-entrant look-ups of the user database with a buffer that is large enough.
-template <class LookUp>
-std::optional<User> findUser(const LookUp& lookUp) {
-    std::vector<char> buffer(1024);
-    passwd entry = {};
-    passwd* found = nullptr;
-    while (lookUp(&entry, buffer.data(), buffer.size(), &found) == ERANGE) {
-        buffer.resize(buffer.size() * 2);
-    }
-    if (!found) return std::nullopt;
-    return User{found->pw_name, Path(found->pw_dir)};
-}
-
-std::optional<User> userWithID(unsigned userID) {
-    return findUser([&](passwd* entry, char* buffer, size_t size, passwd** found) {
-        return ::getpwuid_r(userID, entry, buffer, size, found);
-    });
-}
-
-std::optional<User> userNamed(const std::string& name) {
-    return findUser([&](passwd* entry, char* buffer, size_t size, passwd** found) {
-        return ::getpwnam_r(name.c_str(), entry, buffer, size, found);
-    });
-}
 
 std::string variable(const char* name) {
     const char* value = std::getenv(name);
@@ -77,12 +47,13 @@ PlacesEnvironment PlacesEnvironment::ofThisProcess() {
             .configHome = variable("XDG_CONFIG_HOME"),
             .temporaryFolder = variable("TMPDIR"),
             .sudoUser = variable("SUDO_USER"),
+            .actsFor = variable(actsForVariable),
             .userID = ::geteuid()};
 }
 
 LinuxStandardPlaces::LinuxStandardPlaces(PlacesEnvironment environment)
     : environment_(std::move(environment)) {
-    const std::optional<User> user = userWithID(environment_.userID);
+    const std::optional<UserEntry> user = userWithID(environment_.userID);
     const Path ownHome = user && user->home.isAbsolute() ? standardizedPath(user->home) : Path("/");
     const bool given = environment_.home.starts_with('/');
     userName_ = user ? user->name : std::to_string(environment_.userID);
@@ -161,7 +132,7 @@ std::vector<Path> LinuxStandardPlaces::searchPaths(DirectoryKind kind, Domain do
 std::optional<Path> LinuxStandardPlaces::homeDirectoryForUser(const std::string& name) {
     // The process's own user lives where HOME says.
     if (name == userName_) return home_;
-    const std::optional<User> user = userNamed(name);
+    const std::optional<UserEntry> user = userNamed(name);
     if (!user) return std::nullopt;
     return user->home;
 }
@@ -174,17 +145,28 @@ std::optional<std::string> LinuxStandardPlaces::activeUserOfSeat() const {
         if (!line.starts_with(key) || line.size() == key.size()) continue;
         const long userID = integerValue(std::string_view(line).substr(key.size()));
         if (userID != 0 && userID < firstPerson) return std::nullopt;
-        const std::optional<User> user = userWithID(static_cast<unsigned>(userID));
+        const std::optional<UserEntry> user = userWithID(static_cast<unsigned>(userID));
         if (user) return user->name;
     }
     return std::nullopt;
 }
 
 std::optional<std::string> LinuxStandardPlaces::consoleUser() {
-    if (homeIsElsewhere_) return userName_;
-    if (auto atConsole = activeUserOfSeat()) return atConsole;
+    const std::optional<std::string> atConsole = activeUserOfSeat();
     const auto behindSudo = userNamed(environment_.sudoUser);
-    return behindSudo ? behindSudo->name : userName_;
+    if (!homeIsElsewhere_) {
+        if (atConsole) return atConsole;
+        return behindSudo ? behindSudo->name : userName_;
+    }
+    // sudo can be told to keep HOME.
+    for (const auto& user : {atConsole ? userNamed(*atConsole) : std::nullopt, behindSudo}) {
+        if (user && standardizedPath(user->home) == home_) return user->name;
+    }
+    return userName_;
+}
+
+bool LinuxStandardPlaces::actsAsRoot() {
+    return environment_.userID != 0 && environment_.actsFor == std::to_string(environment_.userID);
 }
 
 std::string LinuxStandardPlaces::trashFolderInHome() {

@@ -16,6 +16,7 @@ struct PlacesEnvironment {
     std::string configHome;       // XDG_CONFIG_HOME
     std::string temporaryFolder;  // TMPDIR
     std::string sudoUser;         // SUDO_USER
+    std::string actsFor;          // LARKSPAN_ACTS_FOR
     unsigned userID = 0;
     Path seat{"/run/systemd/seats/seat0"};  // what logind says of the console
 
@@ -36,6 +37,7 @@ class LinuxStandardPlaces final : public StandardPlaces {
     unsigned userID() override { return environment_.userID; }
     // A seat that shows the login screen, which runs as a system account, has nobody.
     std::optional<std::string> consoleUser() override;
+    bool actsAsRoot() override;
     // Below XDG_DATA_HOME, as desktops have it, as long as that lies in the home folder.
     std::string trashFolderInHome() override;
     std::vector<Path> protectedFolders() override;

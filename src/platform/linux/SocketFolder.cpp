@@ -2,6 +2,7 @@
 
 #include "platform/Connections.h"
 #include "platform/linux/StandardizedPath.h"
+#include "platform/linux/UserTable.h"
 #include "platform/posix/AdvisoryLock.h"
 
 #include <algorithm>
@@ -14,7 +15,6 @@
 #include <utility>
 
 #include <fcntl.h>
-#include <pwd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -54,11 +54,8 @@ std::string environment(const char* name) {
 }
 
 std::string homeOfAccount() {
-    std::array<char, 4096> buffer{};
-    passwd entry{};
-    passwd* found = nullptr;
-    ::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found);
-    return found && found->pw_dir ? found->pw_dir : "";
+    const auto account = userWithID(::geteuid());
+    return account ? account->home.str() : "";
 }
 
 Result<sockaddr_un> addressOf(const Path& path) {

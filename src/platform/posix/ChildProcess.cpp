@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 
 #include <fcntl.h>
@@ -18,6 +19,27 @@ bool moveAboveStandardStreams(FileDescriptor& descriptor) {
     if (descriptor.get() > STDERR_FILENO) return true;
     descriptor.reset(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     return static_cast<bool>(descriptor);
+}
+
+bool isPipeSignalPending() {
+    sigset_t pending;
+    return sigpending(&pending) == 0 && sigismember(&pending, SIGPIPE) == 1;
+}
+
+// A pipe that nobody reads gives EPIPE and no signal, whatever the program does with the signal. An
+// errno value, 0 on success.
+int writeWithoutSignal(int descriptor, std::string_view text) {
+    sigset_t pipeSignal;
+    sigset_t before;
+    sigemptyset(&pipeSignal);
+    sigaddset(&pipeSignal, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &pipeSignal, &before);
+    const bool wasPending = isPipeSignalPending();
+    const int failed = ::write(descriptor, text.data(), text.size()) < 0 ? errno : 0;
+    int taken = 0;
+    if (failed == EPIPE && !wasPending && isPipeSignalPending()) sigwait(&pipeSignal, &taken);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return failed;
 }
 
 }  // namespace
@@ -106,6 +128,20 @@ int ChildState::waitUntilExit() {
 void ChildState::sendSignal(int number) {
     const std::lock_guard lock(mutex_);
     if (!ended_) ::kill(*processID_, number);
+}
+
+int ChildState::writeInput(std::string_view text) {
+    const std::lock_guard lock(mutex_);
+    if (text.size() > PIPE_BUF) return E2BIG;  // could be written in part
+    if (!input_) return EPIPE;
+    const int flags = ::fcntl(input_.get(), F_GETFL);
+    if (flags < 0 || ::fcntl(input_.get(), F_SETFL, flags | O_NONBLOCK) != 0) return errno;
+    return writeWithoutSignal(input_.get(), text);
+}
+
+void ChildState::endInput() {
+    const std::lock_guard lock(mutex_);
+    input_.reset();
 }
 
 ChildProcess::ChildProcess(std::shared_ptr<ChildState> state, Pipe stopSignal,

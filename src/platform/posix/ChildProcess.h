@@ -45,7 +45,7 @@ class PipeReader {
 // What a child's process object and the thread that reaps it share.
 class ChildState {
   public:
-    // The end of its input that nobody writes to stays open as long as it runs.
+    // Our end of its input stays open as long as it runs.
     explicit ChildState(FileDescriptor input) : input_(std::move(input)) {}
 
     // For the thread: waits for started(), then for the end of the child, and reaps it.
@@ -58,6 +58,8 @@ class ChildState {
     int waitUntilExit();
     // Never reaches another process that got the same number.
     void sendSignal(int number);
+    int writeInput(std::string_view text);
+    void endInput();
 
   private:
     void waitForEnd() const;
@@ -80,6 +82,8 @@ class ChildProcess final : public Process {
     int waitUntilExit() override { return state_->waitUntilExit(); }
     void terminate() override;
     void kill() override;
+    int writeInput(std::string_view text) override { return state_->writeInput(text); }
+    void endInput() override { state_->endInput(); }
     std::string readAvailableOutput() override { return output_.read(); }
     std::string readAvailableError() override { return error_.read(); }
     void stopReading() override;
