@@ -21,7 +21,8 @@ int measureWatch(const std::vector<std::string>& arguments) {
                                                  lines += event.path.str() + '\n';
                                              std::fwrite(lines.data(), 1, lines.size(), stdout);
                                              std::fflush(stdout);
-                                         });
+                                         },
+                                         {});
     const platform::WatchedRoot root = stream->roots().front();
     if (!root.problem.empty()) std::fprintf(stderr, "%s\n", root.problem.c_str());
     std::fputs("ready\n", stderr);

@@ -1,6 +1,7 @@
 #include "app/AppController.h"
 
 #include "app/ChangedFolders.h"
+#include "app/FolderScan.h"
 #include "app/Leavings.h"
 #include "app/WatchConfiguration.h"
 #include "kit/HelperScan.h"
@@ -45,6 +46,18 @@ std::optional<ChangedFolder> changedFolder(const Value& event) {
     constexpr auto deep =
         platform::FileEventFlag::mustScanSubfolders | platform::FileEventFlag::rootChanged;
     return ChangedFolder{Path(std::move(text)), (bits & deep) != 0};
+}
+
+// docs/behaviour.md, own 13
+platform::ExcludedTrees excludedTrees() {
+    platform::ExcludedTrees excluded{.paths = {}, .isExcludedName = isIgnoredFolder};
+    if (const auto library = ZBLocalPaths::libraryDirectory(UserDomain::yes)) {
+        excluded.paths.push_back(*library);
+    }
+    if (const auto store = storelayout::storeRoot(Preferences::frontEnd())) {
+        excluded.paths.push_back(*store);
+    }
+    return excluded;
 }
 
 Value describedProblem() {
@@ -143,6 +156,7 @@ void AppController::beginSetupOnMainThread() {
 
     const std::vector<WatchFolder> folders = watchFolders(Preferences::frontEnd(), "watchFolders");
     events.setDelegate(this);
+    events.setExcludedTrees(excludedTrees());
     events.startWatchingPaths(watchPaths(folders, knownProjectPaths()));
     ZBLog::appendLog("Watch paths: %@", textsOf(events.watchPaths().value_or(std::vector<Path>())));
 

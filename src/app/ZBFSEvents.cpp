@@ -23,7 +23,7 @@ ZBFSEvents& ZBFSEvents::sharedController() {
 void ZBFSEvents::startWatchingPaths(const std::vector<Path>& paths, Seconds interval) {
     stopWatching();
     stream_ = platform::Platform::current().fileEvents.start(
-        paths, interval, [this](const auto& events) { deliver(events); });
+        paths, interval, [this](const auto& events) { deliver(events); }, excluded_);
     running_ = true;
     watchPaths_ = paths;
 }

@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace larkspan {
@@ -35,6 +36,9 @@ class ZBFSEvents {
     // Ends the watch. `running` stays set, on purpose: it says that a watch was ever started.
     void stopWatching();
 
+    // Trees that the next watch leaves out.
+    void setExcludedTrees(platform::ExcludedTrees excluded) { excluded_ = std::move(excluded); }
+
     // Events without a delegate are dropped. Not owned.
     void setDelegate(FileSystemEventsDelegate* delegate) { delegate_ = delegate; }
     FileSystemEventsDelegate* delegate() const { return delegate_; }
@@ -55,6 +59,7 @@ class ZBFSEvents {
 
     std::unique_ptr<platform::FileEvents::Stream> stream_;
     std::optional<std::vector<Path>> watchPaths_;
+    platform::ExcludedTrees excluded_;
     FileSystemEventsDelegate* delegate_ = nullptr;
     bool running_ = false;
 };

@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace larkspan::platform {
@@ -30,6 +31,15 @@ struct WatchedRoot {
     Path path;
     bool watched = false;
     std::string problem;  // when not (or not wholly) watched: why, in words; else empty
+};
+
+// Trees below the roots that are not watched and of which nothing is reported. A root itself is
+// watched, whatever it is called.
+struct ExcludedTrees {
+    // By whatever name they are reached.
+    std::vector<Path> paths;
+    // Whether folders of that name are left out, wherever they lie; none without it. Any thread.
+    std::function<bool(std::string_view name)> isExcludedName;
 };
 
 // Watches folder trees. A change of a folder's entries, or of the contents, dates or attributes of
@@ -63,7 +73,7 @@ class FileEvents {
     // handed on at once; later ones are gathered and handed on together when `latency` has passed
     // since the last batch.
     virtual std::unique_ptr<Stream> start(std::vector<Path> paths, Seconds latency,
-                                          Callback callback) = 0;
+                                          Callback callback, ExcludedTrees excluded = {}) = 0;
 };
 
 }  // namespace larkspan::platform

@@ -56,11 +56,15 @@ class FileEventsContract : public ::testing::Test {
   protected:
     static constexpr Seconds latency = std::chrono::milliseconds(20);
 
-    std::unique_ptr<FileEvents::Stream> start(std::vector<Path> roots, Batches& into) {
-        return scene.fileEvents.start(std::move(roots), latency, [&](const auto& events) {
-            EXPECT_TRUE(scene.mainThread.isCurrent());
-            into.push_back(events);
-        });
+    std::unique_ptr<FileEvents::Stream> start(std::vector<Path> roots, Batches& into,
+                                              ExcludedTrees excluded = {}) {
+        return scene.fileEvents.start(
+            std::move(roots), latency,
+            [&](const auto& events) {
+                EXPECT_TRUE(scene.mainThread.isCurrent());
+                into.push_back(events);
+            },
+            std::move(excluded));
     }
     static std::vector<std::string> paths(const Batches& arrived) {
         std::vector<std::string> paths;
@@ -83,6 +87,26 @@ class FileEventsContract : public ::testing::Test {
 
 using Scenes = ::testing::Types<FakeScene, LinuxScene>;
 TYPED_TEST_SUITE(FileEventsContract, Scenes);
+
+TYPED_TEST(FileEventsContract, NothingIsReportedOfExcludedTrees) {
+    const Path root = this->scene.folder("root");
+    const Path store = this->scene.folder("root/a/Store");
+    const Path hidden = this->scene.folder("root/a/.hidden/below");
+    const Path namesake = this->scene.folder("root/b/Store");
+    const Path hiddenRoot = this->scene.folder(".projects");
+    Batches arrived;
+    const auto stream = this->start({root, hiddenRoot}, arrived,
+                                    {.paths = {store}, .isExcludedName = [](std::string_view name) {
+                                         return name.starts_with('.');
+                                     }});
+    for (const Path& folder : {store, hidden, namesake, hiddenRoot}) this->scene.changeIn(folder);
+    EXPECT_TRUE(this->reported(arrived, hiddenRoot)) << "a root is watched";
+    EXPECT_TRUE(this->reported(arrived, namesake));
+    for (const std::string& path : this->paths(arrived)) {
+        EXPECT_FALSE(Path(path).isWithin(store)) << path;
+        EXPECT_EQ(path.find(".hidden"), std::string::npos) << path;
+    }
+}
 
 TYPED_TEST(FileEventsContract, ReportsChangedFoldersInOrderEachOnceInABatch) {
     const Path a = this->scene.folder("a");
@@ -145,10 +169,12 @@ TYPED_TEST(FileEventsContract, CallsBackNoMoreOnceDestroyed) {
     EXPECT_THAT(ended, IsEmpty());
 
     int calls = 0;
-    stream = this->scene.fileEvents.start({folder}, this->latency, [&](const auto&) {
-        ++calls;
-        stream.reset();
-    });
+    stream = this->scene.fileEvents.start({folder}, this->latency,
+                                          [&](const auto&) {
+                                              ++calls;
+                                              stream.reset();
+                                          },
+                                          {});
     this->scene.changeIn(folder);
     ASSERT_TRUE(testing::pumpUntil(this->scene.mainThread, [&] { return calls > 0; }));
     this->scene.changeIn(folder);

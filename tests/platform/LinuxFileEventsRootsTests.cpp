@@ -144,7 +144,8 @@ TEST(LinuxFileEventsRoots, RefusesWhatIsNoPath) {
     LinuxMainThread mainThread;
     LinuxFileEvents fileEvents(mainThread);
     const std::string zero = scene.path("root").str() + std::string(1, '\0') + "x";
-    const auto stream = fileEvents.start({Path(""), Path(zero)}, Seconds(1), [](const auto&) {});
+    const auto stream =
+        fileEvents.start({Path(""), Path(zero)}, Seconds(1), [](const auto&) {}, {});
     for (const WatchedRoot& root : stream->roots()) {
         EXPECT_FALSE(root.watched);
         EXPECT_NE(root.problem, "");

@@ -52,7 +52,8 @@ class WatchScene {
                                         for (const platform::FileEvent& event : events) {
                                             seen_[event.path.str()] |= event.flags;
                                         }
-                                    });
+                                    },
+                                    {});
     }
     void stop() { stream_.reset(); }
 

@@ -6,6 +6,8 @@
 #include "support/XServer.h"
 
 #include <filesystem>
+#include <thread>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <signal.h>
@@ -301,6 +303,21 @@ TEST_F(HelperTest, OneHomeWrittenInTwoWaysHasOneHelper) {
     const auto second = programs.startHelper();
     EXPECT_EQ(helper->waitUntilExit(), 128 + SIGKILL);
     EXPECT_TRUE(second->isRunning());
+}
+
+TEST_F(HelperTest, AWatchedHomeComesToRest) {
+    ASSERT_EQ(programs.larkspan({"watch", "add", programs.home().str()}).status, 0);
+    const auto helper = programs.startHelper();
+    const Path project = quietProject("Cut.fcp", "content");
+    ASSERT_TRUE(programs.waitForVersions("Cut", 1)) << programs.log();
+    ASSERT_EQ(programs.larkspan({"scan", "--wait"}).status, 0);
+    // Had the helper's own writing been noticed, this would never be.
+    size_t size = 0;
+    EXPECT_TRUE(waitFor([&] {
+        const size_t before = std::exchange(size, programs.log().size());
+        std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+        return before == size;
+    })) << programs.log();
 }
 
 TEST_F(HelperTest, AFullDiskLosesNothing) {

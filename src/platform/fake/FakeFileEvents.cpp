@@ -9,13 +9,26 @@ namespace larkspan::platform {
 // One stream; posted batches share it, and so find out that it has ended.
 struct FakeFileEvents::Started {
     std::vector<Path> roots;
+    ExcludedTrees excluded;
     Callback callback;
     bool ended = false;  // main thread only
     Guarded<std::vector<FileEvent>> batch;
 
     bool covers(const Path& folder) const {
-        return std::any_of(roots.begin(), roots.end(),
-                           [&](const Path& root) { return folder.isWithin(root); });
+        return std::any_of(roots.begin(), roots.end(), [&](const Path& root) {
+            return folder.isWithin(root) && !isExcluded(folder, root);
+        });
+    }
+    bool isExcluded(Path folder, const Path& root) const {
+        for (; folder.isWithin(root) && !root.isWithin(folder);
+             folder = folder.deletingLastPathComponent()) {
+            const bool isNamed =
+                excluded.isExcludedName && excluded.isExcludedName(folder.lastPathComponent());
+            if (isNamed || std::ranges::find(excluded.paths, folder) != excluded.paths.end()) {
+                return true;
+            }
+        }
+        return false;
     }
     // True when the batch was empty before.
     bool add(const Path& folder, std::uint32_t flags) {
@@ -74,13 +87,15 @@ FakeFileEvents::FakeFileEvents(MainThread& mainThread)
 FakeFileEvents::~FakeFileEvents() = default;
 
 std::unique_ptr<FileEvents::Stream> FakeFileEvents::start(std::vector<Path> paths, Seconds latency,
-                                                          Callback callback) {
+                                                          Callback callback,
+                                                          ExcludedTrees excluded) {
     state_->with([&](State& state) {
         state.roots.push_back(paths);
         state.latencies.push_back(latency);
     });
     auto started = std::make_shared<Started>();
     started->roots = std::move(paths);
+    started->excluded = std::move(excluded);
     started->callback = std::move(callback);
     return std::make_unique<FakeStream>(state_, std::move(started));
 }

@@ -19,8 +19,8 @@ class FakeFileEvents final : public FileEvents {
     explicit FakeFileEvents(MainThread& mainThread);
     ~FakeFileEvents() override;
 
-    std::unique_ptr<Stream> start(std::vector<Path> paths, Seconds latency,
-                                  Callback callback) override;
+    std::unique_ptr<Stream> start(std::vector<Path> paths, Seconds latency, Callback callback,
+                                  ExcludedTrees excluded) override;
 
     // The folder changed: tells every stream with a root that covers it. Any thread.
     void reportChange(const Path& folder, std::uint32_t flags = 0);

@@ -41,18 +41,19 @@ std::vector<std::string> rootPaths(const std::vector<Path>& roots) {
 }  // namespace
 
 FileEventReader::Watch::Watch(const InotifyCalls& calls, const std::vector<Path>& given,
-                              const WatchReports& reports)
+                              const TreeExclusion& exclusion, const WatchReports& reports)
     : inotify(calls),
-      folders(inotify, rootPaths(given), reports),
+      folders(inotify, rootPaths(given), exclusion, reports),
       roots(inotify, folders, given, reports) {}
 
 bool FileEventReader::Watch::needsTimer() const {
     return folders.hasUnwatched() || roots.hasUnwatchedWay();
 }
 
-FileEventReader::FileEventReader(std::vector<Path> roots, Seconds latency,
+FileEventReader::FileEventReader(std::vector<Path> roots, ExcludedTrees excluded, Seconds latency,
                                  FileEventsOptions options, Deliver deliver)
     : given_(std::move(roots)),
+      exclusion_(std::move(excluded)),
       options_(std::move(options)),
       deliver_(std::move(deliver)),
       stop_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
@@ -166,7 +167,7 @@ void FileEventReader::startAnew(std::uint32_t flags) {
     const Seconds begun = uptime();
     eventsDropped_ = false;
     watch_.reset();  // before the new one, which needs its watches
-    watch_ = std::make_unique<Watch>(options_.calls, given_, reports());
+    watch_ = std::make_unique<Watch>(options_.calls, given_, exclusion_, reports());
     watch_->roots.start();
     if (flags != 0) {
         for (const std::string& root : rootPaths(given_)) gathering_.add(root, flags);

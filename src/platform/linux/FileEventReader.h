@@ -37,8 +37,8 @@ class FileEventReader {
     using Deliver = std::function<void(std::vector<FileEvent>)>;
 
     // Returns when all folders are watched.
-    FileEventReader(std::vector<Path> roots, Seconds latency, FileEventsOptions options,
-                    Deliver deliver);
+    FileEventReader(std::vector<Path> roots, ExcludedTrees excluded, Seconds latency,
+                    FileEventsOptions options, Deliver deliver);
     FileEventReader(const FileEventReader&) = delete;
     FileEventReader& operator=(const FileEventReader&) = delete;
     // Ends the thread at once, also amid a look at a huge tree.
@@ -51,7 +51,7 @@ class FileEventReader {
     // One inotify instance and what is watched with it.
     struct Watch {
         Watch(const InotifyCalls& calls, const std::vector<Path>& roots,
-              const WatchReports& reports);
+              const TreeExclusion& exclusion, const WatchReports& reports);
         bool needsTimer() const;
 
         Inotify inotify;
@@ -75,6 +75,7 @@ class FileEventReader {
     WatchReports reports();
 
     const std::vector<Path> given_;
+    const TreeExclusion exclusion_;
     const FileEventsOptions options_;
     const Deliver deliver_;
     const FileDescriptor stop_;

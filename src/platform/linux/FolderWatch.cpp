@@ -27,12 +27,14 @@ bool isRefusal(int error) {
 
 }  // namespace
 
-FolderWatch::FolderWatch(Inotify& inotify, std::vector<std::string> rootPaths, WatchReports reports)
+FolderWatch::FolderWatch(Inotify& inotify, std::vector<std::string> rootPaths,
+                         const TreeExclusion& exclusion, WatchReports reports)
     : inotify_(inotify),
+      exclusion_(exclusion),
       reports_(std::move(reports)),
       tree_(std::move(rootPaths)),
       roots_(tree_.rootCount()),
-      unwatched_(reports_.stopping) {}
+      unwatched_(exclusion, reports_.stopping) {}
 
 int FolderWatch::watchRoot(size_t root, bool relist) {
     const std::string& path = tree_.rootPath(root);
@@ -105,6 +107,7 @@ void FolderWatch::handle(const InotifyEvent& event) {
 
 // A folder stands at that place: watches it when it is new, puts it there when it has moved.
 void FolderWatch::found(int parent, std::string_view name, const std::string& path) {
+    if (exclusion_.excludes(name, path)) return;  // docs/behaviour.md, own 13
     if (path.size() >= PATH_MAX) return notWatched(parent, name, path, ENAMETOOLONG);
     const int folder = inotify_.watch(path, folderMask);
     if (folder < 0) {

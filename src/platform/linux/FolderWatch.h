@@ -2,6 +2,7 @@
 
 #include "platform/linux/FolderListing.h"
 #include "platform/linux/Inotify.h"
+#include "platform/linux/TreeExclusion.h"
 #include "platform/linux/UnwatchedFolders.h"
 #include "platform/linux/WatchTree.h"
 
@@ -36,7 +37,9 @@ struct WatchReports {
 // One thread at a time. Paths of folders end in "/".
 class FolderWatch {
   public:
-    FolderWatch(Inotify& inotify, std::vector<std::string> rootPaths, WatchReports reports);
+    // The exclusion must outlive this.
+    FolderWatch(Inotify& inotify, std::vector<std::string> rootPaths,
+                const TreeExclusion& exclusion, WatchReports reports);
 
     // Whether changes are reported, as they are at first; not while all is watched for the first
     // time.
@@ -95,6 +98,7 @@ class FolderWatch {
     std::string topPath(const UnwatchedTop& top) const;
 
     Inotify& inotify_;
+    const TreeExclusion& exclusion_;
     const WatchReports reports_;
     WatchTree tree_;
     std::vector<RootState> roots_;

@@ -14,12 +14,12 @@ struct Arrival {
 
 class LinuxStream final : public FileEvents::Stream {
   public:
-    LinuxStream(MainThread& mainThread, std::vector<Path> roots, Seconds latency,
-                const FileEventsOptions& options, FileEvents::Callback callback)
+    LinuxStream(MainThread& mainThread, std::vector<Path> roots, ExcludedTrees excluded,
+                Seconds latency, const FileEventsOptions& options, FileEvents::Callback callback)
         : arrival_(std::make_shared<Arrival>(Arrival{.callback = std::move(callback)})) {
         if (roots.empty()) return;
         reader_ = std::make_unique<FileEventReader>(
-            std::move(roots), latency, options,
+            std::move(roots), std::move(excluded), latency, options,
             [&mainThread, arrival = arrival_](std::vector<FileEvent> events) {
                 mainThread.post([arrival, events = std::move(events)] {
                     if (!arrival->ended) arrival->callback(events);
@@ -42,10 +42,11 @@ class LinuxStream final : public FileEvents::Stream {
 }  // namespace
 
 std::unique_ptr<FileEvents::Stream> LinuxFileEvents::start(std::vector<Path> paths, Seconds latency,
-                                                           Callback callback) {
+                                                           Callback callback,
+                                                           ExcludedTrees excluded) {
     assert(mainThread_.isCurrent());
-    return std::make_unique<LinuxStream>(mainThread_, std::move(paths), latency, options_,
-                                         std::move(callback));
+    return std::make_unique<LinuxStream>(mainThread_, std::move(paths), std::move(excluded),
+                                         latency, options_, std::move(callback));
 }
 
 }  // namespace larkspan::platform

@@ -15,8 +15,8 @@ class LinuxFileEvents final : public FileEvents {
     explicit LinuxFileEvents(MainThread& mainThread, FileEventsOptions options = {})
         : mainThread_(mainThread), options_(std::move(options)) {}
 
-    std::unique_ptr<Stream> start(std::vector<Path> paths, Seconds latency,
-                                  Callback callback) override;
+    std::unique_ptr<Stream> start(std::vector<Path> paths, Seconds latency, Callback callback,
+                                  ExcludedTrees excluded) override;
 
   private:
     MainThread& mainThread_;

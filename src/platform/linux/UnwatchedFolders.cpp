@@ -48,7 +48,9 @@ void UnwatchedFolders::walk(const std::string& tree, Digests& digests,
             struct stat facts {};
             if (fstatat(descriptor, name, &facts, AT_SYMLINK_NOFOLLOW) != 0) return;
             digest += entryDigest(name, facts);
-            if (S_ISDIR(facts.st_mode)) waiting.push_back(folder + name + '/');
+            if (!S_ISDIR(facts.st_mode)) return;
+            std::string below = folder + name + '/';
+            if (!exclusion_.excludes(name, below)) waiting.push_back(std::move(below));
         });
         const std::uint64_t key = textDigest(folder);
         const auto before = digests_.find(key);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/linux/TreeExclusion.h"
+
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -16,7 +18,9 @@ class UnwatchedFolders {
     using Changed = std::function<void(const std::string& folder)>;
     using Stopping = std::function<bool()>;
 
-    explicit UnwatchedFolders(Stopping stopping) : stopping_(std::move(stopping)) {}
+    // The exclusion must outlive this.
+    UnwatchedFolders(const TreeExclusion& exclusion, Stopping stopping)
+        : exclusion_(exclusion), stopping_(std::move(stopping)) {}
 
     // Looks at one more tree. Paths end in "/".
     void add(const std::string& tree, const Changed& changed);
@@ -29,6 +33,7 @@ class UnwatchedFolders {
     using Digests = std::unordered_map<std::uint64_t, std::uint64_t>;
     void walk(const std::string& tree, Digests& digests, const Changed& changed) const;
 
+    const TreeExclusion& exclusion_;
     const Stopping stopping_;
     Digests digests_;
 };

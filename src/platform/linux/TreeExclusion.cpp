@@ -1,0 +1,34 @@
+#include "platform/linux/TreeExclusion.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <sys/stat.h>
+
+namespace larkspan::platform {
+namespace {
+
+bool isSameFolder(const std::string& one, const std::string& other) {
+    struct stat first {};
+    struct stat second {};
+    return ::stat(one.c_str(), &first) == 0 && ::stat(other.c_str(), &second) == 0 &&
+           first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
+}  // namespace
+
+TreeExclusion::TreeExclusion(ExcludedTrees excluded)
+    : isExcludedName_(std::move(excluded.isExcludedName)) {
+    for (const Path& path : excluded.paths) {
+        trees_.push_back({path.lastPathComponent(), path.str()});
+    }
+}
+
+bool TreeExclusion::excludes(std::string_view name, const std::string& path) const {
+    if (isExcludedName_ && isExcludedName_(name)) return true;
+    return std::ranges::any_of(trees_, [&](const Tree& tree) {
+        return tree.name == name && isSameFolder(tree.path, path);
+    });
+}
+
+}  // namespace larkspan::platform
