@@ -308,7 +308,8 @@ TEST_F(HelperTest, OneHomeWrittenInTwoWaysHasOneHelper) {
 TEST_F(HelperTest, AWatchedHomeComesToRest) {
     ASSERT_EQ(programs.larkspan({"watch", "add", programs.home().str()}).status, 0);
     const auto helper = programs.startHelper();
-    const Path project = quietProject("Cut.fcp", "content");
+    fs::create_directories((programs.home() / "Movies").str());
+    writeWhole(programs.home() / "Movies/Cut.fcp", "content");
     ASSERT_TRUE(programs.waitForVersions("Cut", 1)) << programs.log();
     ASSERT_EQ(programs.larkspan({"scan", "--wait"}).status, 0);
     // Had the helper's own writing been noticed, this would never be.
