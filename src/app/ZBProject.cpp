@@ -14,7 +14,7 @@ namespace larkspan {
 namespace {
 
 constexpr const char* finalCutTypeCode = "FCPF";
-constexpr unsigned everyRight = 0777;
+constexpr unsigned ownersRights = 0700;
 
 platform::Files& files() {
     return platform::Platform::current().files;
@@ -32,7 +32,8 @@ void ensureFolder(const Path& folder) {
         return;
     }
     if (!files().isWritable(folder) || !files().isDeletable(folder)) {
-        ZBFileManager::setPosixPermissions(everyRight, folder);
+        const auto info = files().info(folder);  // docs/behaviour.md, own 20
+        if (info) ZBFileManager::setPosixPermissions(info->permissions | ownersRights, folder);
     }
 }
 

@@ -34,6 +34,12 @@ bool isThere(const Path& path) {
     return static_cast<bool>(current().files.linkInfo(path));
 }
 
+// Whether nothing has the name any more, not even a link that leads nowhere.
+bool isGone(const Path& path) {
+    const auto info = current().files.linkInfo(path);
+    return !info && isMissing(info.error());
+}
+
 enum class Expected { present, gone };
 
 // Whether the path is in the expected state, now or within the time-out.
@@ -64,14 +70,14 @@ bool renameByAnotherName(const Path& file, const Path& toPath) {
 bool ZBFileManager::trashFile(const Path& file, ShouldAuth shouldAuth) {
     unlockFile(file);
     const auto error = current().trash.recycle(file);
-    if (!error || isMissing(*error)) return true;
+    if (!error || isGone(file)) return true;
     return mayAuthorize(*error, shouldAuth) && authorization().authTrashFile(file);
 }
 
 bool ZBFileManager::removeFile(const Path& file, ShouldAuth shouldAuth) {
     unlockFile(file);
     const auto error = current().files.removeItem(file);
-    if (!error || isMissing(*error)) return true;
+    if (!error || isGone(file)) return true;
     ZBLog::appendLog("Error removing file: %@. Authorizing...", error->description);
     return mayAuthorize(*error, shouldAuth) && authorization().authRemoveFile(file);
 }

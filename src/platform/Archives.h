@@ -28,9 +28,10 @@ class Archives {
                                       IncludeParent includeParent) = 0;
 
     // Unpacks an archive into a new folder, which appears under its name whole or not at all
-    // (EEXIST when something is there). Refused as a whole are archives with names or links that
-    // lead out of the folder, with a name twice, with anything but files, folders and links, and
-    // those whose content does not fit on the disk (ENOSPC). Set-id bits are not taken over.
+    // (EEXIST when something is there). Links are made as they are, wherever they lead, when
+    // everything else is there. Refused as a whole are archives with names that lead out of the
+    // folder or pass through a link, with a name twice, with anything but files, folders and links,
+    // and those whose content does not fit on the disk (ENOSPC). Set-id bits are not taken over.
     virtual std::optional<Error> unpack(const Path& archive, const Path& folder) = 0;
 };
 

@@ -104,5 +104,13 @@ TEST_F(ZBProjectTest, ComparesByName) {
     EXPECT_EQ(a.nameCompare(b), ComparisonResult::same);
 }
 
+TEST_F(ZBProjectTest, AFolderThatCannotBeWrittenToGetsItsOwnersRightsOnly) {
+    const ProjectID identifier{"A"};
+    ASSERT_FALSE(fake.files.createFolder(folderOf("A") / ".localized"));
+    ASSERT_FALSE(fake.files.setPermissions(folderOf("A"), 0550));
+    (void)ZBProject::projectWithPath(Path("/Work/Cut.fcp"), std::nullopt, identifier);
+    EXPECT_EQ(fake.files.info(folderOf("A"))->permissions, 0750U);
+}
+
 }  // namespace
 }  // namespace larkspan

@@ -8,6 +8,7 @@
 #include "support/TemporaryFolder.h"
 
 #include <cerrno>
+#include <filesystem>
 
 #include <gmock/gmock.h>
 
@@ -103,14 +104,41 @@ TEST_F(LinuxTrashTest, GoesByACopyFromAnotherFileSystem) {
     EXPECT_FALSE(scene.trash.recycle(item));
     EXPECT_EQ(read(contents / "Cut.fcp"), "content");
     EXPECT_FALSE(scene.files.linkInfo(item));
-    // What cannot be removed there is not in the Trash either.
+    // The copy of what cannot be removed stays: who knows what is left of that.
     (void)write("Cut.fcp", "again");
     scene.files.refuseCall(FileOperation::moveItem, 1, EXDEV);
     scene.files.refuseCall(FileOperation::removeItem, 1, EROFS);
     EXPECT_TRUE(scene.trash.recycle(item)->is(posixErrorDomain, EROFS));
     EXPECT_EQ(read(item), "again");
-    EXPECT_EQ(count(contents), 1U);
-    EXPECT_EQ(count(contents.deletingLastPathComponent() / "info"), 1U);
+    EXPECT_EQ(read(contents / "Cut.fcp.2"), "again");
+    EXPECT_EQ(count(contents.deletingLastPathComponent() / "info"), 2U);
+}
+
+TEST_F(LinuxTrashTest, ANameWithoutInformationIsTaken) {
+    ASSERT_FALSE(scene.trash.recycle(write("other", "makes the folders")));
+    ASSERT_FALSE(scene.files.writeFileAtomically(contents / "Cut.fcp", "put there by hand"));
+    EXPECT_FALSE(scene.trash.recycle(write("Cut.fcp", "content")));
+    EXPECT_EQ(read(contents / "Cut.fcp"), "put there by hand");
+    EXPECT_EQ(read(contents / "Cut.fcp.2"), "content");
+    EXPECT_EQ(count(contents.deletingLastPathComponent() / "info"), 2U);
+}
+
+TEST_F(LinuxTrashTest, LinksGoAsLinks) {
+    (void)write("target", "stays");
+    for (const bool isOnOtherFileSystem : {false, true}) {
+        for (const char* leadsTo : {"target", "nowhere"}) {
+            const Path link = scene.folder / "films/link";
+            std::filesystem::create_symlink(leadsTo, link.str());
+            if (isOnOtherFileSystem) scene.files.refuseCall(FileOperation::moveItem, 1, EXDEV);
+            EXPECT_FALSE(scene.trash.recycle(link));
+            EXPECT_FALSE(scene.files.linkInfo(link)) << leadsTo;
+        }
+    }
+    EXPECT_EQ(count(contents), 4U);
+    for (const auto& entry : *scene.files.contentsOfFolder(contents)) {
+        EXPECT_EQ(entry.kind, EntryKind::symbolicLink);
+    }
+    EXPECT_EQ(read(scene.folder / "films/target"), "stays");
 }
 
 }  // namespace

@@ -6,9 +6,11 @@
 #include "platform/posix/SystemCall.h"
 
 #include <array>
+#include <climits>
 #include <ctime>
 
 #include <gio/gio.h>
+#include <unistd.h>
 
 namespace larkspan::platform {
 namespace {
@@ -28,29 +30,44 @@ std::string informationOf(const Path& item) {
            "\n";
 }
 
-// Takes a name in the Trash by creating its information file; whoever creates it first has it.
-// "" with errno set when that fails.
-std::string takeName(const Path& information, const std::string& wanted) {
+// A name in the Trash that nothing else has. Whoever creates its information file first has it; an
+// item without such a file has its name, too. "" with errno set when there is none to be had.
+std::string takeName(Files& files, const Path& contents, const Path& information,
+                     const std::string& wanted) {
     constexpr int mostTries = 10'000;
     for (int number = 1; number < mostTries; ++number) {
         std::string name = number == 1 ? wanted : wanted + "." + std::to_string(number);
         const Path file = information / (name + ".trashinfo");
-        if (openAt(AT_FDCWD, systemName(file), O_WRONLY | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR)) {
+        if (!openAt(AT_FDCWD, systemName(file), O_WRONLY | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR)) {
+            if (errno != EEXIST) return {};
+        } else if (const auto there = files.linkInfo(contents / name);
+                   !there && isMissing(there.error())) {
             return name;
+        } else {
+            (void)files.removeItem(file);
         }
-        if (errno != EEXIST) return {};
     }
+    errno = EEXIST;
     return {};
 }
 
-// Moves an item, across file systems if need be. What cannot be removed afterwards was not moved.
-std::optional<Error> moveAnywhere(Files& files, const Path& item, const Path& target) {
-    auto error = files.moveItem(item, target);
-    if (!error || !error->is(posixErrorDomain, EXDEV)) return error;
-    if (auto failed = files.copyItem(item, target)) return failed;
-    error = files.removeItem(item);
-    if (error) (void)files.removeItem(target);
-    return error;
+// Makes a link that leads where another one does. 0 or an errno value.
+int copyLink(const Path& link, const Path& target) {
+    std::string text(PATH_MAX, '\0');
+    const ssize_t length = ::readlink(systemName(link), text.data(), text.size());
+    if (length < 0) return errno;
+    text.resize(static_cast<size_t>(length));
+    return ::symlink(text.c_str(), systemName(target)) == 0 ? 0 : errno;
+}
+
+// A copy in the Trash, whole; a link as the link that it is (docs/behaviour.md, own 8).
+std::optional<Error> copyThere(Files& files, const Path& item, const Path& target) {
+    const auto info = files.linkInfo(item);
+    if (!info) return info.error();
+    if (info->kind != EntryKind::symbolicLink) return files.copyItem(item, target);
+    if (const int failed = copyLink(item, target))
+        return posixError(failed, "copying " + item.str());
+    return {};
 }
 
 std::optional<Error> createPrivateFolder(Files& files, const Path& folder) {
@@ -62,7 +79,7 @@ std::optional<Error> createPrivateFolder(Files& files, const Path& folder) {
 }  // namespace
 
 std::optional<Error> LinuxTrash::recycle(const Path& item) {
-    if (!files_.linkInfo(item)) return posixError(ENOENT, "moving " + item.str() + " to the Trash");
+    if (const auto info = files_.linkInfo(item); !info) return info.error();
     // GLib reads the environment for itself, once: with another home it would be the wrong Trash.
     if (Path(g_get_user_data_dir()) / "Trash/files" == homeTrash()) {
         const GObjectHandle<GFile> file(g_file_new_for_path(item.c_str()));
@@ -82,11 +99,17 @@ std::optional<Error> LinuxTrash::moveToHomeTrash(const Path& item) {
     for (const Path& folder : {trash, contents, information}) {
         if (auto error = createPrivateFolder(files_, folder)) return error;
     }
-    const std::string name = takeName(information, item.lastPathComponent());
-    const Path note = information / (name + ".trashinfo");
+    const std::string name = takeName(files_, contents, information, item.lastPathComponent());
     if (name.empty()) return posixError(errno, "moving " + item.str() + " to the Trash");
+    const Path note = information / (name + ".trashinfo");
     auto error = files_.writeFileAtomically(note, informationOf(item));
-    if (!error) error = moveAnywhere(files_, item, contents / name);
+    if (!error) error = files_.moveItem(item, contents / name);
+    if (error && error->is(posixErrorDomain, EXDEV)) {
+        error = copyThere(files_, item, contents / name);
+        // The copy is whole, and what is left of the item may not be: it stays
+        // (docs/behaviour.md, own 7).
+        if (!error) return files_.removeItem(item);
+    }
     if (error) (void)files_.removeItem(note);
     return error;
 }

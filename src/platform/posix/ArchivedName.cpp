@@ -25,16 +25,4 @@ std::optional<std::vector<std::string>> archivedNameComponents(std::string_view 
     return components;
 }
 
-bool staysInFolder(std::string_view linkTarget, size_t depth) {
-    if (linkTarget.empty() || linkTarget.front() == '/') return false;
-    bool isAtStart = true;
-    size_t ups = 0;
-    for (const std::string& component : splitAtSlashes(linkTarget)) {
-        const bool goesUp = component == "..";
-        if (goesUp && (!isAtStart || ++ups > depth)) return false;
-        if (!goesUp) isAtStart = false;
-    }
-    return true;
-}
-
 }  // namespace larkspan::platform

@@ -44,6 +44,12 @@ class ZipPacking {
         }
         FolderChain chain(top.get());
         if (auto error = walk(chain)) return error;
+        if (entries_ == 0) {
+            // An archive without an entry is taken for a torn one.
+            const auto status = statusOf(top.get());
+            if (!status) return posixError(errno, doing_);
+            if (auto error = writeHeader(*status, "./")) return error;
+        }
         return finish();
     }
 
@@ -140,6 +146,7 @@ class ZipPacking {
         archive_entry_set_mtime(entry.get(), status.st_mtim.tv_sec, status.st_mtim.tv_nsec);
         archive_entry_set_size(entry.get(), S_ISREG(status.st_mode) ? status.st_size : 0);
         if (linkTarget) archive_entry_set_symlink(entry.get(), linkTarget);
+        ++entries_;
         if (archive_write_header(handle_.get(), entry.get()) == ARCHIVE_OK) return {};
         return archiveError(handle_.get(), doing_);
     }
@@ -196,6 +203,7 @@ class ZipPacking {
     std::string buffer_;
     std::string prefix_;  // the archived name of the folder that the walk is in, with a slash
     std::vector<Level> levels_;
+    size_t entries_ = 0;  // written
 };
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "platform/posix/ZipArchives.h"
 
 #include <array>
+#include <string_view>
 
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -17,6 +18,8 @@ namespace {
 constexpr size_t pieceSize = size_t{64} * 1024;
 // Stays free on the disk whatever an archive holds.
 constexpr std::uint64_t reserve = std::uint64_t{64} * 1024 * 1024;
+// Of all texts of links, which wait in memory.
+constexpr size_t mostLinkBytes = size_t{16} * 1024 * 1024;
 constexpr mode_t rightsMask = S_IRWXU | S_IRWXG | S_IRWXO;
 
 class ZipUnpacking {
@@ -39,7 +42,7 @@ class ZipUnpacking {
         for (;;) {
             archive_entry* entry = nullptr;
             const int result = archive_read_next_header(handle_.get(), &entry);
-            if (result == ARCHIVE_EOF) return finishFolders();
+            if (result == ARCHIVE_EOF) break;
             // Warnings are about names and what else is not understood: an entry that has no name
             // then is refused.
             if (result != ARCHIVE_OK && result != ARCHIVE_WARN) {
@@ -48,6 +51,8 @@ class ZipUnpacking {
             if (entriesLeft_-- == 0) return archiveError(doing_, "it holds too many entries");
             if (auto error = unpack(entry)) return error;
         }
+        if (auto error = makeLinks()) return error;
+        return finishFolders();
     }
 
   private:
@@ -55,6 +60,11 @@ class ZipUnpacking {
         std::vector<std::string> components;
         mode_t rights;
         timespec date;
+    };
+
+    struct AwaitedLink {
+        std::vector<std::string> components;
+        std::string leadsTo;
     };
 
     static std::uint64_t roomOnDisk(int folder) {
@@ -74,7 +84,7 @@ class ZipUnpacking {
             case AE_IFREG:
                 return components->empty() ? refused(name) : makeFile(entry, *components);
             case AE_IFLNK:
-                return components->empty() ? refused(name) : makeLink(entry, *components);
+                return components->empty() ? refused(name) : awaitLink(entry, *components);
             default:
                 return refused(name);
         }
@@ -109,15 +119,26 @@ class ZipUnpacking {
         return {};
     }
 
-    std::optional<Error> makeLink(archive_entry* entry,
-                                  const std::vector<std::string>& components) {
+    std::optional<Error> awaitLink(archive_entry* entry,
+                                   const std::vector<std::string>& components) {
         const char* text = archive_entry_symlink(entry);
-        if (!text || !staysInFolder(text, components.size() - 1)) {
-            return refused(archive_entry_pathname(entry));
-        }
-        const FileDescriptor folder = openParent(components);
-        if (!folder || ::symlinkat(text, folder.get(), components.back().c_str()) != 0) {
-            return posixError(errno, doing_);
+        if (!text || *text == '\0') return refused(archive_entry_pathname(entry));
+        const size_t size = std::string_view(text).size();
+        if (size > linkBytesLeft_) return archiveError(doing_, "it holds too many links");
+        linkBytesLeft_ -= size;
+        links_.push_back({components, text});
+        return {};
+    }
+
+    // When everything else is there, so that no entry can pass through one
+    // (docs/behaviour.md, own 9).
+    std::optional<Error> makeLinks() {
+        for (const auto& [components, leadsTo] : links_) {
+            const FileDescriptor folder = openParent(components);
+            const char* name = components.back().c_str();
+            if (!folder || ::symlinkat(leadsTo.c_str(), folder.get(), name) != 0) {
+                return posixError(errno, doing_);
+            }
         }
         return {};
     }
@@ -176,6 +197,8 @@ class ZipUnpacking {
     ArchiveHandle handle_;
     std::string buffer_;
     std::vector<MadeFolder> folders_;
+    std::vector<AwaitedLink> links_;
+    size_t linkBytesLeft_ = mostLinkBytes;
 };
 
 }  // namespace
