@@ -1,8 +1,7 @@
 #include "Measure.h"
 #include "TemporaryHome.h"
-#include "app/FolderScan.h"
-#include "app/WatchConfiguration.h"
 #include "backup/ZBLarkspanBackup.h"
+#include "discovery/FolderScan.h"
 #include "foundation/Text.h"
 #include "kit/ZBLog.h"
 
@@ -34,12 +33,8 @@ int manageBackups() {
 
 int measureDiscover(const std::vector<std::string>& arguments) {
     TemporaryHome home({});
-    const TypeList types(typeList(arguments[1]));
-    const std::unordered_set<Path> known;
-    FolderScan scan(
-        types, known, [](const Path& project) { (void)std::puts(project.c_str()); },
-        [](const Path&) {});
-    scan.scan(Path(arguments[0]));
+    const ScanResult found = scanForProjects({{Path(arguments[0]), typeList(arguments[1])}}, {});
+    for (const Path& project : found.projects) (void)std::puts(project.c_str());
     return EXIT_SUCCESS;
 }
 

@@ -1,26 +1,20 @@
 #include "app/ProjectDiscovery.h"
 
-#include "app/FolderScan.h"
+#include "app/ChangedFolders.h"
 #include "app/ZBProject.h"
 #include "backup/StoreLayout.h"
-#include "foundation/OperationQueue.h"
 #include "kit/Identifiers.h"
 #include "kit/Preferences.h"
-#include "kit/ZBException.h"
 #include "kit/ZBGrowl.h"
 #include "kit/ZBLog.h"
 #include "platform/Connections.h"
 #include "platform/Platform.h"
 #include "platform/Volumes.h"
 
+#include <set>
+
 namespace larkspan {
 namespace {
-
-constexpr int scansAtOnce = 4;
-
-// Paths registered during a run, so that watch folders that lie inside one another do not register
-// one project twice.
-using Claims = Guarded<std::unordered_set<Path>>;
 
 // The mounted volumes on which drive folders are looked for.
 std::vector<Path> drives() {
@@ -43,21 +37,31 @@ void registerProject(const Path& project, ShowAlerts showAlerts) {
                                    "Backup successful");
 }
 
-void scanFolder(const Path& folder, const std::vector<std::string>& types,
-                const std::unordered_set<Path>& known, Claims& claims, ShowAlerts showAlerts) {
-    const TypeList typeList(types);
-    FolderScan scan(
-        typeList, known,
-        [&](const Path& project) {
-            const bool isNew =
-                claims.with([&](auto& claimed) { return claimed.insert(project).second; });
-            if (isNew) registerProject(project, showAlerts);
-        },
-        [](const Path&) {
-            platform::Platform::current().connections.postDistributedNotification(
-                filesBackedUpNotification);
-        });
-    scan.scan(folder);
+// Programs that show the store are told once for each folder in which something was found.
+std::vector<Path> registerProjects(const std::vector<ScannedFolder>& folders,
+                                   const KnownProjects& known, ShowAlerts showAlerts) {
+    std::vector<Path> projects = scanForProjects(folders, known).projects;
+    std::set<Path> foldersOfProjects;
+    for (const Path& project : projects) {
+        registerProject(project, showAlerts);
+        foldersOfProjects.insert(project.deletingLastPathComponent());
+    }
+    for (size_t i = 0; i < foldersOfProjects.size(); ++i) {
+        platform::Platform::current().connections.postDistributedNotification(
+            filesBackedUpNotification);
+    }
+    return projects;
+}
+
+ShowAlerts showAlerts(const Preferences& preferences) {
+    return preferences.wantsAlerts() ? ShowAlerts::yes : ShowAlerts::no;
+}
+
+std::vector<WatchFolder> discoveryFolders(const Preferences& preferences,
+                                          const std::optional<Path>& path) {
+    const auto driveFolders = watchFolders(preferences, "watchDriveFolders");
+    return discoveryFolders(watchFolders(preferences, "watchFolders"), driveFolders,
+                            driveFolders.empty() ? std::vector<Path>() : drives(), path);
 }
 
 Value description(const std::vector<WatchFolder>& folders) {
@@ -69,47 +73,40 @@ Value description(const std::vector<WatchFolder>& folders) {
     return list;
 }
 
-std::unordered_set<Path> asSet(const std::vector<Path>& paths) {
-    return {paths.begin(), paths.end()};
+Value description(const std::vector<ScannedFolder>& folders) {
+    Value::Array list;
+    std::set<Path> named;
+    for (const ScannedFolder& entry : folders) {
+        if (named.insert(entry.folder).second) list.emplace_back(entry.folder.str());
+    }
+    return firstFew(list);
 }
 
 }  // namespace
 
-std::vector<Path> ProjectDiscovery::populateProjectsFromWatchFolders(const Known& known,
-                                             const std::optional<Path>& path) {
+std::vector<Path> ProjectDiscovery::populateProjectsFromWatchFolders(
+    const Known& known, const std::optional<Path>& path) {
     const Preferences preferences = Preferences::frontEnd();
-    const auto driveFolders = watchFolders(preferences, "watchDriveFolders");
-    const std::vector<WatchFolder> folders =
-        discoveryFolders(watchFolders(preferences, "watchFolders"), driveFolders,
-                         driveFolders.empty() ? std::vector<Path>() : drives(), path);
+    const std::vector<WatchFolder> folders = discoveryFolders(preferences, path);
     ZBLog::appendLog("Populating projects from folders: %@", description(folders));
-
-    const ShowAlerts showAlerts = preferences.wantsAlerts() ? ShowAlerts::yes : ShowAlerts::no;
-    Claims claims;
-    OperationQueue discoveryQueue(scansAtOnce, [](const std::string& reason) {
-        ZBException::logException({"Exception", reason}, "-[AppController addNewProjectsInFolder]");
-    });
-    for (const WatchFolder& entry : folders) {
-        discoveryQueue.addOperation([&, entry] {
-            scanFolder(entry.folder, typeList(entry.extensions), known, claims, showAlerts);
-        });
-    }
-    discoveryQueue.waitUntilAllOperationsAreFinished();
-    return claims.with([](auto& claimed) { return std::vector<Path>(claimed.begin(), claimed.end()); });
+    return registerProjects(wholeFolders(folders), known, showAlerts(preferences));
 }
 
 std::vector<Path> ProjectDiscovery::populateProjectsFromChangedFolders(
     const Known& known, const std::vector<ChangedFolder>& changed) {
-    (void)changed;
-    return populateProjectsFromWatchFolders(known);
+    const Preferences preferences = Preferences::frontEnd();
+    const std::vector<ScannedFolder> folders =
+        changedFoldersWithin(discoveryFolders(preferences, std::nullopt), changed);
+    if (folders.empty()) return {};
+    ZBLog::appendLog("Populating projects from folders: %@", description(folders));
+    return registerProjects(folders, known, showAlerts(preferences));
 }
 
-void ProjectDiscovery::addNewProjectsInFolder(const Path& folder,
-                                              const std::vector<std::string>& types,
-                                              const std::vector<Path>& existingProjects,
-                                              ShowAlerts showAlerts) {
-    Claims claims;
-    scanFolder(folder, types, asSet(existingProjects), claims, showAlerts);
+std::vector<Path> ProjectDiscovery::addNewProjectsInFolder(
+    const Path& folder, const std::vector<std::string>& types,
+    const std::vector<Path>& existingProjects, ShowAlerts showAlerts) {
+    const Known known(existingProjects.begin(), existingProjects.end());
+    return registerProjects({{folder, types}}, known, showAlerts);
 }
 
 }  // namespace larkspan

@@ -1,5 +1,6 @@
 #include "app/WatchConfiguration.h"
 
+#include "discovery/FolderNames.h"
 #include "foundation/Text.h"
 
 #include <algorithm>
@@ -20,6 +21,14 @@ bool contains(const std::vector<Path>& paths, const Path& path) {
     return std::find(paths.begin(), paths.end(), path) != paths.end();
 }
 
+// Whether discovery gets from the watch folder down to the folder.
+bool isReached(const Path& folder, const Path& watchFolder) {
+    if (isIgnoredFolder(watchFolder.lastPathComponent())) return false;
+    const auto components = folder.pathComponents();
+    const auto above = static_cast<std::ptrdiff_t>(watchFolder.pathComponents().size());
+    return std::all_of(components.begin() + above, components.end(), isLookedInto);
+}
+
 }  // namespace
 
 std::vector<WatchFolder> watchFolders(const Preferences& preferences, const char* key) {
@@ -28,14 +37,6 @@ std::vector<WatchFolder> watchFolders(const Preferences& preferences, const char
         if (auto folder = watchFolder(entry)) folders.push_back(std::move(*folder));
     }
     return folders;
-}
-
-std::vector<std::string> typeList(const std::string& extensions) {
-    std::vector<std::string> types;
-    for (const std::string& piece : split(extensions, ',')) {
-        types.push_back(lowercased(trimmed(piece)));
-    }
-    return types;
 }
 
 bool containsParentFolder(const std::vector<Path>& array, const Path& forPath) {
@@ -71,6 +72,33 @@ std::vector<WatchFolder> discoveryFolders(const std::vector<WatchFolder>& folder
         for (const WatchFolder& entry : driveFolders) {
             if (entry.folder.empty() || !covers(entry.folder)) continue;
             found.push_back({volume / entry.folder.str(), entry.extensions});
+        }
+    }
+    return found;
+}
+
+std::vector<ScannedFolder> wholeFolders(const std::vector<WatchFolder>& folders) {
+    std::vector<ScannedFolder> whole;
+    for (const WatchFolder& entry : folders) {
+        whole.push_back({entry.folder, typeList(entry.extensions), WithSubfolders::yes});
+    }
+    return whole;
+}
+
+std::vector<ScannedFolder> changedFoldersWithin(const std::vector<WatchFolder>& folders,
+                                                const std::vector<ChangedFolder>& changed) {
+    std::vector<ScannedFolder> found;
+    for (const ScannedFolder& watched : wholeFolders(folders)) {
+        if (watched.folder.empty()) continue;
+        for (const ChangedFolder& change : changed) {
+            const auto subfolders =
+                change.withSubfolders ? WithSubfolders::yes : WithSubfolders::no;
+            if (change.path.isWithin(watched.folder)) {
+                if (!isReached(change.path, watched.folder)) continue;
+                found.push_back({change.path, watched.types, subfolders});
+            } else if (change.withSubfolders && watched.folder.isWithin(change.path)) {
+                found.push_back(watched);
+            }
         }
     }
     return found;

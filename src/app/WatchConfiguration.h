@@ -1,6 +1,8 @@
 #pragma once
 
+#include "app/ChangedFolder.h"
 #include "backup/WatchFolder.h"
+#include "discovery/FolderScan.h"
 #include "foundation/Date.h"
 #include "foundation/Path.h"
 #include "foundation/Value.h"
@@ -17,9 +19,6 @@ namespace larkspan {
 
 // The entries of a preference (watchFolders, watchDriveFolders) that name a folder.
 std::vector<WatchFolder> watchFolders(const Preferences& preferences, const char* key);
-
-// Lower-cased extensions without blanks around them. Empty pieces stay and match nothing.
-std::vector<std::string> typeList(const std::string& extensions);
 
 // Whether an element is a plain prefix of the path, with no regard for component boundaries.
 bool containsParentFolder(const std::vector<Path>& array, const Path& forPath);
@@ -38,6 +37,15 @@ std::vector<WatchFolder> discoveryFolders(const std::vector<WatchFolder>& folder
                                           const std::vector<WatchFolder>& driveFolders,
                                           const std::vector<Path>& volumes,
                                           const std::optional<Path>& path);
+
+// The trees of these watch folders.
+std::vector<ScannedFolder> wholeFolders(const std::vector<WatchFolder>& folders);
+
+// The changed folders in which a discovery run through these watch folders would come by, with the
+// types of each watch folder that holds them (by components): those alone, or their trees where all
+// below may have changed. Of a changed tree that holds watch folders, these.
+std::vector<ScannedFolder> changedFoldersWithin(const std::vector<WatchFolder>& folders,
+                                                const std::vector<ChangedFolder>& changed);
 
 // Seconds between scheduled backups: the interval of the user's in minutes and 30 seconds more, or
 // 630. The 30 seconds are deliberate: a version's least age has passed when the timer fires.

@@ -1,3 +1,4 @@
+#include "discovery/FolderScan.h"
 #include "frontend/Commands.h"
 #include "frontend/Format.h"
 #include "frontend/Helper.h"
@@ -5,6 +6,7 @@
 #include "frontend/WatchList.h"
 
 #include <array>
+#include <string>
 
 namespace larkspan {
 namespace {
@@ -12,7 +14,22 @@ namespace {
 constexpr std::array options{
     Option{"extensions", "LIST",
            "File extensions of projects, separated by commas. Default:\n"
-           "                     fcp,fcpproject,fcpevent,fcpbundle,prproj,xml"}};
+           "                     fcp,fcpproject,fcpevent,fcpbundle,fcpxml,fcpxmld,prproj,\n"
+           "                     xml,kdenlive,mlt,otio,osp,drp,aep. Of xml files only those\n"
+           "                     that hold an edit are projects."}};
+
+// How long the user waits for the number of projects.
+constexpr Seconds longestLook = std::chrono::seconds(2);
+
+// What the helper will find there, by the very look that it takes.
+std::string projectsIn(const Path& folder, const std::string& extensions) {
+    const ScanResult found = scanForProjects({{folder, typeList(extensions)}}, {}, longestLook);
+    const size_t count = found.projects.size();
+    const std::string projects = countText(count, "project", "projects") + ".";
+    if (!found.isComplete && count == 0) return "Its projects are still to be found.";
+    if (!found.isComplete) return "It holds at least " + projects;
+    return count == 0 ? "It holds no project yet." : "It holds " + projects;
+}
 
 ExitStatus watchAdd(const Arguments& arguments, Context& context) {
     std::optional<std::string> extensions = arguments.value("extensions");
@@ -41,6 +58,7 @@ ExitStatus watchAdd(const Arguments& arguments, Context& context) {
                                 printable(extensions.value_or(defaultExtensions)) + ".");
             break;
     }
+    context.output.line(projectsIn(folder, listedExtensions(context, folder)));
     const bool told = tellHelper(context, {"updateConfiguration", "startBackupScan"});
     return told ? ExitStatus::done : ExitStatus::failed;
 }

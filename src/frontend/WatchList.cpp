@@ -198,10 +198,19 @@ Addition addWatchFolder(Context& context, const Path& folder,
     if (!changeWatchList(context, add)) return Addition::failed;
     for (const Path& other : overlappingFolders(entries, folder)) {
         context.output.message("Note: " + printable(other.str()) +
-                               " is watched too and overlaps with it; a project below both may be "
-                               "registered twice.");
+                               " is watched too and overlaps with it; a project below both is "
+                               "registered once.");
     }
     return isListed ? Addition::changed : Addition::added;
+}
+
+std::string listedExtensions(Context& context, const Path& folder) {
+    const auto list = readWatchList(context);
+    if (!list) return {};
+    for (const WatchFolder& entry : watchEntries(*list)) {
+        if (entry.folder == folder) return entry.extensions;
+    }
+    return {};
 }
 
 }  // namespace larkspan

@@ -17,7 +17,8 @@ namespace larkspan {
 // proper entries is left as it is.
 
 inline constexpr const char* watchFoldersKey = "watchFolders";
-inline constexpr const char* defaultExtensions = "fcp,fcpproject,fcpevent,fcpbundle,prproj,xml";
+inline constexpr const char* defaultExtensions =
+    "fcp,fcpproject,fcpevent,fcpbundle,fcpxml,fcpxmld,prproj,xml,kdenlive,mlt,otio,osp,drp,aep";
 
 // "/Edit" of "/Edit/"; "/" stays.
 Path withoutSlash(const Path& path);
@@ -37,7 +38,7 @@ Value::Array withoutFolder(Value::Array list, const Path& folder);
 // are never looked into, so a store below one is out of reach.
 std::string storeConflict(const Path& folder, const Path& storeRoot);
 
-// Watch entries that hold the folder or lie in it; projects in both would be registered twice.
+// Watch entries that hold the folder or lie in it.
 std::vector<Path> overlappingFolders(const std::vector<WatchFolder>& entries, const Path& folder);
 
 // The entries that somebody may have meant who typed a folder that is not listed.
@@ -49,6 +50,9 @@ enum class Addition { added, changed, unchanged, failed };
 // a new one gets the default ones. What goes wrong is said to the user.
 Addition addWatchFolder(Context& context, const Path& folder,
                         const std::optional<std::string>& extensions);
+
+// The extensions of a folder as the list has them now; "" when it is not listed.
+std::string listedExtensions(Context& context, const Path& folder);
 
 // Stores what the change makes of the list as it is by then, which another program may have changed
 // since it was read. False, with the reason said, when that failed.

@@ -77,7 +77,7 @@ void ZBFileManager::setPosixPermissions(unsigned permissions, const Path& forFil
 
 bool ZBFileManager::isFilePackage(const Path& path) {
     constexpr std::array packages = {"app",       "bundle",     "framework", "plugin",
-                                     "fcpbundle", "fcpproject", "fcpevent"};
+                                     "fcpbundle", "fcpproject", "fcpevent",  "fcpxmld"};
     const std::string extension = lowercased(path.pathExtension());
     return std::find(packages.begin(), packages.end(), extension) != packages.end();
 }

@@ -1,4 +1,3 @@
-#include "app/FolderScan.h"
 #include "app/ProjectDiscovery.h"
 #include "app/WatchConfiguration.h"
 #include "support/StoreTest.h"
@@ -18,16 +17,6 @@ class DiscoveryTest : public testing::StoreTest {
     void file(const std::string& path) { writeFile(Path(path), "x"); }
     void folder(const std::string& path) { ASSERT_FALSE(fake.files.createFolder(Path(path))); }
 
-    std::vector<std::string> found(const char* extensions, const char* root = "/W",
-                                   const std::unordered_set<Path>& known = {}) {
-        std::vector<std::string> paths;
-        const TypeList types(typeList(extensions));
-        FolderScan scan(
-            types, known, [&](const Path& path) { paths.push_back(path.str()); },
-            [](const Path&) {});
-        scan.scan(Path(root));
-        return paths;
-    }
     std::vector<std::string> registered() {
         std::vector<std::string> paths;
         ZBLarkspanBackup engine;
@@ -49,77 +38,6 @@ class DiscoveryTest : public testing::StoreTest {
         (void)ProjectDiscovery::populateProjectsFromWatchFolders(known, path);
     }
 };
-
-TEST_F(DiscoveryTest, MatchesExtensionsInAnyCase) {
-    for (const char* name : {"/W/a.fcp", "/W/b.PRPROJ", "/W/c.txt", "/W/fcp", "/W/.fcp", "/W/d."}) {
-        file(name);
-    }
-    EXPECT_THAT(found(" FCP , prproj\n"), ElementsAre("/W/a.fcp", "/W/b.PRPROJ"));
-    EXPECT_THAT(found("fcp", "/W", {Path("/W/a.fcp")}), IsEmpty());
-    EXPECT_THAT(found(""), IsEmpty());
-    EXPECT_THAT(found("fcp", "/missing"), IsEmpty());
-}
-
-TEST_F(DiscoveryTest, WalksInListingOrder) {
-    for (const char* name : {"/W/b/2.fcp", "/W/B/1.fcp", "/W/a.fcp", "/W/C.fcp", "/W/b.fcp"}) {
-        file(name);
-    }
-    EXPECT_THAT(found("fcp"),
-                ElementsAre("/W/a.fcp", "/W/B/1.fcp", "/W/b/2.fcp", "/W/b.fcp", "/W/C.fcp"));
-}
-
-TEST_F(DiscoveryTest, LeavesFoldersOfCopiesAlone) {
-    for (const char* name :
-         {"/W/.hidden/a.fcp", "/W/Final Cut Backups/a.fcp", "/W/Final Cut Backups.localized/a.fcp",
-          "/W/Updated Projects/a.fcp", "/W/Final Cut Projects - Hidden/a.fcp",
-          "/W/Final Cut Events - Hidden/a.fcp", "/W/Backups/a.fcp", "/W/Old Versions/a.fcp"}) {
-        file(name);
-    }
-    EXPECT_THAT(found("fcp"), ElementsAre("/W/Backups/a.fcp", "/W/Old Versions/a.fcp"));
-    EXPECT_THAT(found("fcp,fcpevent"), IsEmpty());
-    EXPECT_THAT(found("fcp", "/W/.hidden"), IsEmpty());
-    EXPECT_THAT(found("fcp", "/W/Updated Projects"), IsEmpty());
-}
-
-TEST_F(DiscoveryTest, TellsPackagesFromFolders) {
-    file("/W/Film/CurrentVersion.fcpproject/data");
-    file("/W/Backups/CurrentVersion.fcpproject/data");
-    file("/W/Library.fcpbundle/inner.fcp");
-    file("/W/Tool.app/inside.fcp");
-    file("/W/plain.folder/inside.fcp");
-    EXPECT_THAT(found("fcpproject,app,fcpbundle,fcp"),
-                ElementsAre("/W/Film/CurrentVersion.fcpproject", "/W/Library.fcpbundle/inner.fcp",
-                            "/W/plain.folder/inside.fcp"));
-}
-
-TEST_F(DiscoveryTest, LeavesPremieresOwnCopiesAlone) {
-    file("/W/Cut~0A1B2C3D-1111-2222-3333-4444.prproj");
-    file("/W/Cut~0A1B2C3D-1111-2222-3333-444455556666.prproj");
-    file("/W/Cut.prproj");
-    file("/W/Adobe Premiere Pro Auto-Save/Cut.prproj");
-    EXPECT_THAT(found("prproj"),
-                ElementsAre("/W/Cut.prproj", "/W/Cut~0A1B2C3D-1111-2222-3333-444455556666.prproj"));
-    // The rules come with the type.
-    EXPECT_THAT(found("fcp"), IsEmpty());
-}
-
-TEST_F(DiscoveryTest, FollowsEachLinkOnce) {
-    file("/W/a/one.fcp");
-    fake.files.addLink(Path("/W/a/up"), "/W");
-    fake.files.addLink(Path("/W/a/self"), "/W/a");
-    fake.files.addLink(Path("/W/dangling.fcp"), "/nowhere");
-    fake.files.addLink(Path("/W/zlink.fcp"), "/Elsewhere/real.fcp");
-    file("/Elsewhere/real.fcp");
-    fake.files.addPipe(Path("/W/pipe.fcp"));
-    const auto paths = found("fcp");
-    EXPECT_THAT(paths, Contains("/W/a/one.fcp"));
-    EXPECT_THAT(paths, Contains("/W/zlink.fcp"));
-    EXPECT_LE(paths.size(), 8U);
-    for (const std::string& path : paths) {
-        EXPECT_EQ(path.find("dangling"), std::string::npos);
-        EXPECT_EQ(path.find("pipe"), std::string::npos);
-    }
-}
 
 TEST_F(DiscoveryTest, RegistersAndAnnouncesNewProjects) {
     file("/W/Film/CurrentVersion.fcpproject/data");
@@ -171,6 +89,38 @@ TEST_F(DiscoveryTest, LooksOnDrives) {
     EXPECT_THAT(loggedLines(),
                 Contains("Populating projects from folders: ({extensions = \"fcp\"; folder = "
                          "\"/Volumes/Disk/Projects\"})"));
+}
+
+TEST_F(DiscoveryTest, LooksOnlyIntoTheFoldersThatChanged) {
+    file("/W/a/one.fcp");
+    file("/W/a/in/two.fcp");
+    file("/W/b/three.fcp");
+    file("/Volumes/Disk/Projects/four.fcp");
+    fake.volumes.mount(Path("/Volumes/Disk"));
+    watch({entry("/W", "fcp")}, {{"watchDriveFolders", Value::Array{entry("Projects", "fcp")}}});
+    std::vector<ChangedFolder> changed = {{Path("/W/a")}, {Path("/Volumes/Disk/Projects")}};
+    EXPECT_THAT(ProjectDiscovery::populateProjectsFromChangedFolders({}, changed),
+                ElementsAre(Path("/W/a/one.fcp"), Path("/Volumes/Disk/Projects/four.fcp")));
+    EXPECT_THAT(registered(),
+                UnorderedElementsAre("/W/a/one.fcp", "/Volumes/Disk/Projects/four.fcp"));
+    EXPECT_EQ(storeChangesAnnounced(), 2U);
+    EXPECT_THAT(loggedLines(), Contains("Populating projects from folders: "
+                                        "(\"/W/a\", \"/Volumes/Disk/Projects\")"));
+
+    changed = {{Path("/W/a"), true}};
+    const ProjectDiscovery::Known known = {Path("/W/a/one.fcp")};
+    EXPECT_THAT(ProjectDiscovery::populateProjectsFromChangedFolders(known, changed),
+                ElementsAre(Path("/W/a/in/two.fcp")));
+    EXPECT_THAT(ProjectDiscovery::populateProjectsFromChangedFolders({}, {{Path("/Else")}}),
+                IsEmpty());
+}
+
+TEST_F(DiscoveryTest, NamesAFewOfManyChangedFolders) {
+    watch({entry("/W", "fcp")});
+    std::vector<ChangedFolder> changed;
+    for (int i = 0; i < 2000; ++i) changed.push_back({Path("/W") / std::to_string(i)});
+    (void)ProjectDiscovery::populateProjectsFromChangedFolders({}, changed);
+    EXPECT_THAT(loggedLines(), Contains(::testing::EndsWith("\"/W/7\", \"and 1992 more\")")));
 }
 
 }  // namespace

@@ -26,12 +26,6 @@ std::vector<WatchFolder> folders(std::initializer_list<const char*> texts) {
     return list;
 }
 
-TEST(WatchConfiguration, SplitsExtensions) {
-    EXPECT_THAT(typeList(" FCP , prproj\n"), ElementsAre("fcp", "prproj"));
-    EXPECT_THAT(typeList(""), ElementsAre(""));
-    EXPECT_THAT(typeList("a,,b"), ElementsAre("a", "", "b"));
-}
-
 TEST(WatchConfiguration, BuildsTheWatchList) {
     struct Case {
         const char* what;
@@ -72,6 +66,37 @@ TEST(WatchConfiguration, ChoosesTheFoldersOfADiscoveryRun) {
     EXPECT_EQ(discoveryFolders(watched, drive, volumes, Path("/W/Film/")), folders({"/W"}));
     EXPECT_EQ(discoveryFolders(watched, drive, volumes, Path("/Workshop/")), folders({"/W"}));
     EXPECT_THAT(discoveryFolders(watched, drive, volumes, Path("/Volumes/A")), IsEmpty());
+}
+
+TEST(WatchConfiguration, ChoosesTheChangedFoldersOfADiscoveryRun) {
+    const std::vector<WatchFolder> watched = {
+        {Path("/W/"), "fcp"}, {Path("/W/in"), "XML"}, {Path("/U/Updated Projects"), "fcp"}};
+    struct Case {
+        ChangedFolder changed;
+        std::vector<ScannedFolder> scanned;
+    };
+    const auto alone = [](const char* folder, const char* type = "fcp") {
+        return ScannedFolder{Path(folder), {type}, WithSubfolders::no};
+    };
+    const auto tree = [](const char* folder, const char* type = "fcp") {
+        return ScannedFolder{Path(folder), {type}, WithSubfolders::yes};
+    };
+    const Case cases[] = {
+        {{Path("/W")}, {alone("/W")}},
+        {{Path("/W/a"), true}, {tree("/W/a")}},
+        {{Path("/W/in/deep")}, {alone("/W/in/deep"), alone("/W/in/deep", "xml")}},
+        {{Path("/W/in.fcpbundle/x")}, {alone("/W/in.fcpbundle/x")}},
+        {{Path("/W/.hidden/x")}, {}},
+        {{Path("/W/Final Cut Backups")}, {}},
+        {{Path("/W/Film.fcpproject/x")}, {}},
+        {{Path("/Workshop")}, {}},
+        {{Path("/U/Updated Projects/x")}, {}},
+        {{Path("/")}, {}},
+        {{Path("/"), true}, {tree("/W/"), tree("/W/in", "xml"), tree("/U/Updated Projects")}},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(changedFoldersWithin(watched, {c.changed}), c.scanned) << c.changed.path;
+    }
 }
 
 TEST(WatchConfiguration, WorksOutTheBackupInterval) {

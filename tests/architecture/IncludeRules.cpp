@@ -26,9 +26,10 @@ const std::vector<Layer>& layers() {
         {"changes", {"kit", "platform", "foundation"}},
         {"sync", {"kit", "platform", "foundation"}},
         {"sync/curl", {"sync", "kit", "platform", "foundation"}},
+        {"discovery", {"kit", "platform", "foundation"}},
         {"backup", {"host", "changes", "sync", "kit", "platform", "foundation"}},
-        {"app", {"backup", "host", "changes", "sync", "kit", "platform", "foundation"}},
-        {"frontend", {"backup", "host", "changes", "sync", "kit", "platform", "foundation"}},
+        {"app", {"discovery", "backup", "host", "changes", "sync", "kit", "platform", "foundation"}},
+        {"frontend", {"discovery", "backup", "host", "changes", "sync", "kit", "platform", "foundation"}},
     };
     return all;
 }

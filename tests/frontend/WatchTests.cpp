@@ -64,6 +64,23 @@ TEST_F(WatchTest, AddStoresTheFolderAndTellsTheHelper) {
     EXPECT_THAT(outcome.output, HasSubstr("Watching /Work/Film for fcp,"));
 }
 
+TEST_F(WatchTest, AddSaysHowManyProjectsThereAre) {
+    EXPECT_THAT(run({"watch", "add", "Film"}).output, HasSubstr("It holds no project yet."));
+    fake.files.addFile(Path("/Work/Film/sidecar.xml"), "<NonRealTimeMeta>");
+    fake.files.addFile(Path("/Work/Film/in/edit.xml"), "<xmeml version=\"5\">");
+    EXPECT_THAT(run({"watch", "add", "Film"}).output, HasSubstr("It holds 1 project."));
+    for (const char* extension :
+         {"fcp", "fcpxml", "fcpxmld", "prproj", "kdenlive", "mlt", "otio", "osp", "drp", "aep"}) {
+        fake.files.addFile(Path(std::string("/Work/Film/a.") + extension), "x");
+    }
+    for (const char* bundle : {"b.fcpproject", "b.fcpevent", "b.fcpxmld"}) {
+        fake.files.addFolder(Path("/Work/Film") / bundle);
+    }
+    EXPECT_THAT(run({"watch", "add", "Film"}).output, HasSubstr("It holds 14 projects."));
+    EXPECT_THAT(run({"watch", "add", "Film", "--extensions", "xml"}).output,
+                HasSubstr("It holds 1 project."));
+}
+
 TEST_F(WatchTest, AddWithoutAHelperIsDoneAndSaysThatNothingRuns) {
     const auto outcome = run({"watch", "add", "/Work/Film", "--extensions", "FCP"});
     EXPECT_EQ(outcome.status, ExitStatus::done);
@@ -151,11 +168,12 @@ TEST_F(WatchTest, RemoveTakesTheFolderOffTheList) {
 TEST_F(WatchTest, ListShowsEveryFolderAndWhetherItIsThere) {
     EXPECT_THAT(run({"watch", "list"}).messages, HasSubstr("No folder is watched."));
     EXPECT_EQ(run({"watch", "list", "--json"}).output, "[]\n");
-    setPreferences({{"watchFolders", Value::Array{entry("/Work/Film", "fcp"), entry("/Gone")}}});
+    setPreferences(
+        {{"watchFolders", Value::Array{entry("/Work/Film", "fcp"), entry("/Gone", "prproj,xml")}}});
     EXPECT_EQ(run({"watch", "list"}).output,
-              "FOLDER      EXTENSIONS                                    STATE\n"
-              "/Work/Film  fcp                                           there\n"
-              "/Gone       fcp,fcpproject,fcpevent,fcpbundle,prproj,xml  missing\n");
+              "FOLDER      EXTENSIONS  STATE\n"
+              "/Work/Film  fcp         there\n"
+              "/Gone       prproj,xml  missing\n");
     EXPECT_THAT(run({"watch", "list", "--json"}).output,
                 HasSubstr("\"exists\": true,\n    \"extensions\": \"fcp\",\n    \"folder\": "
                           "\"/Work/Film\""));

@@ -1,0 +1,139 @@
+#include "discovery/FolderScan.h"
+
+#include "discovery/FolderNames.h"
+#include "discovery/SecondNames.h"
+#include "foundation/Text.h"
+#include "kit/ZBException.h"
+#include "platform/Clock.h"
+#include "platform/Platform.h"
+
+#include <algorithm>
+#include <atomic>
+#include <deque>
+#include <map>
+#include <tuple>
+
+namespace larkspan {
+namespace {
+
+// With the calling thread four.
+constexpr int helpingThreads = 3;
+
+// Folder by folder in listing order; a folder stands before what is in it.
+bool standsBefore(const Path& one, const Path& other) {
+    std::string_view a = one.str();
+    std::string_view b = other.str();
+    const auto firstComponent = [](std::string_view& path) {
+        const std::string_view component = path.substr(0, path.find('/'));
+        path.remove_prefix(std::min(component.size() + 1, path.size()));
+        return component;
+    };
+    while (!a.empty() && !b.empty()) {
+        const std::string_view componentOfA = firstComponent(a);
+        const std::string_view componentOfB = firstComponent(b);
+        if (componentOfA != componentOfB) return listingOrder(componentOfA, componentOfB);
+    }
+    return a.empty() && !b.empty();
+}
+
+class FolderScan {
+  public:
+    FolderScan(const KnownProjects& known, std::optional<Seconds> atMost) : known_(known) {
+        if (atMost) deadline_ = uptime() + *atMost;
+    }
+
+    void scan(const std::vector<ScannedFolder>& folders, WithSubfolders withSubfolders) {
+        for (size_t i = 0; i < folders.size(); ++i) {
+            const ScannedFolder& folder = folders[i];
+            const bool isMeant = folder.withSubfolders == withSubfolders;
+            if (isMeant && !folder.folder.empty() &&
+                !isIgnoredFolder(folder.folder.lastPathComponent()))
+                scan({i, 0, folder.folder}, walkFor(folder.types), withSubfolders);
+        }
+        while (!links_.empty()) {
+            const Link link = links_.front();
+            links_.pop_front();
+            scan(link.place, *link.walk, WithSubfolders::yes);
+        }
+    }
+
+    std::vector<Path> projects() {
+        std::ranges::sort(found_, [](const Place& a, const Place& b) {
+            if (a.folder != b.folder || a.links != b.links)
+                return std::tie(a.folder, a.links) < std::tie(b.folder, b.links);
+            return standsBefore(a.path, b.path);
+        });
+        std::vector<Path> paths;
+        for (const Place& place : found_) paths.push_back(place.path);
+        return withoutSecondNames(paths, known_);
+    }
+    bool isComplete() const { return !isTimeUp_; }
+
+  private:
+    // Where something was found: below which of the folders, through how many links.
+    struct Place {
+        size_t folder;
+        int links;
+        Path path;
+    };
+    struct Link {
+        Place place;
+        FolderWalk* walk;
+    };
+
+    static Seconds uptime() { return platform::Platform::current().clock.uptime(); }
+
+    bool mayGoOn() {
+        if (deadline_ && uptime() >= *deadline_) isTimeUp_ = true;
+        return !isTimeUp_;
+    }
+
+    FolderWalk& walkFor(const std::vector<std::string>& types) {
+        auto& walk = walks_[types];
+        if (!walk) {
+            walk = std::make_unique<FolderWalk>(TypeList(types), known_, queue_,
+                                                [this] { return mayGoOn(); });
+        }
+        return *walk;
+    }
+
+    void scan(const Place& place, FolderWalk& walk, WithSubfolders withSubfolders) {
+        if (!mayGoOn()) return;
+        FolderWalk::Found found = walk.walk(place.path, withSubfolders);
+        for (Path& path : found.projects) {
+            found_.push_back({place.folder, place.links, std::move(path)});
+        }
+        for (Path& path : found.linkedProjects) {
+            found_.push_back({place.folder, place.links + 1, std::move(path)});
+        }
+        if (withSubfolders == WithSubfolders::no) return;
+        std::ranges::sort(found.linkedFolders, standsBefore);
+        for (Path& path : found.linkedFolders) {
+            links_.push_back({{place.folder, place.links + 1, std::move(path)}, &walk});
+        }
+    }
+
+    const KnownProjects& known_;
+    std::optional<Seconds> deadline_;
+    std::atomic<bool> isTimeUp_ = false;
+    std::map<std::vector<std::string>, std::unique_ptr<FolderWalk>> walks_;  // one for each types
+    std::deque<Link> links_;
+    std::vector<Place> found_;
+    OperationQueue queue_{helpingThreads, [](const std::string& reason) {
+                              ZBException::logException({"Exception", reason},
+                                                        "-[AppController addNewProjectsInFolder]");
+                          }};
+};
+
+}  // namespace
+
+ScanResult scanForProjects(const std::vector<ScannedFolder>& folders, const KnownProjects& known,
+                           std::optional<Seconds> atMost) {
+    FolderScan scan(known, atMost);
+    // Whole trees first: a folder that was looked through by itself is not gone down into again.
+    scan.scan(folders, WithSubfolders::yes);
+    scan.scan(folders, WithSubfolders::no);
+    return {scan.projects(), scan.isComplete()};
+}
+
+}  // namespace larkspan
