@@ -1,9 +1,9 @@
 #include "app/AppController.h"
 
 #include "app/ChangedFolders.h"
-#include "app/FolderScan.h"
 #include "app/Leavings.h"
 #include "app/WatchConfiguration.h"
+#include "discovery/FolderNames.h"
 #include "kit/HelperScan.h"
 #include "kit/Identifiers.h"
 #include "kit/Preferences.h"
