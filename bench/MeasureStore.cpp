@@ -33,7 +33,11 @@ int manageBackups() {
 
 int measureDiscover(const std::vector<std::string>& arguments) {
     TemporaryHome home({});
+    const auto start = std::chrono::steady_clock::now();
     const ScanResult found = scanForProjects({{Path(arguments[0]), typeList(arguments[1])}}, {});
+    const std::chrono::duration<double, std::milli> passed =
+        std::chrono::steady_clock::now() - start;
+    (void)std::fprintf(stderr, "ms %.1f\n", passed.count());
     for (const Path& project : found.projects) (void)std::puts(project.c_str());
     return EXIT_SUCCESS;
 }

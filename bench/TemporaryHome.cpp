@@ -22,6 +22,7 @@ TemporaryHome::TemporaryHome(const Value::Dictionary& preferences) {
     setenv("HOME", folder.c_str(), 1);
     system_ = std::make_unique<platform::LinuxPlatform>();
     installed_ = std::make_unique<platform::ScopedPlatform>(system_->platform());
+    if (preferences.empty()) return;
     (void)savePropertyList(Value(preferences), *Preferences::frontEndFile());
 }
 

@@ -64,6 +64,7 @@ void FolderWalk::lookInto(Path path, std::unique_ptr<platform::Folder> folder, D
     const std::string folderName = path.lastPathComponent();
     std::vector<std::string> subfolders;
     for (const platform::DirectoryEntry& entry : *entries) {
+        if (!mayGoOn_()) return;
         const What what = classify(*folder, entry);
         if (what == What::folder) {
             subfolders.push_back(entry.name);
