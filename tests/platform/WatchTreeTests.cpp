@@ -13,7 +13,8 @@ constexpr int firstRoot = WatchTree::rootParent(0);
 
 TEST(WatchTree, KnowsPathsAndPlaces) {
     WatchTree tree({"/r/", "/"});
-    const std::string longest(255, '\xff');
+    // 255 characters of four bytes, and more.
+    const std::string longest(1500, '\xff');
     tree.insert(1, firstRoot, "");
     tree.insert(2, 1, "a\nb");
     tree.insert(700, 2, longest);
@@ -53,7 +54,9 @@ TEST(WatchTree, AgreesWithAPlainModelThroughManyChanges) {
     };
     for (int folder = 2; folder < 4'000; ++folder) {
         const int parent = any();
-        const std::string name = std::string(random() % 60, 'n') + std::to_string(folder);
+        // Some just below and above 255 bytes.
+        const size_t length = folder % 10 == 0 ? 240 + random() % 30 : random() % 60;
+        const std::string name = std::string(length, 'n') + std::to_string(folder);
         tree.insert(folder, parent, name);
         model[folder] = {parent, name};
         if (const int moved = any(); moved != 1 && !tree.isWithin(parent, moved)) {

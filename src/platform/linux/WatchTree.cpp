@@ -7,16 +7,22 @@
 namespace larkspan::platform {
 
 std::uint32_t FolderNames::add(std::string_view name) {
-    assert(name.size() <= 255);
-    const auto needed = static_cast<std::uint32_t>(name.size() + 1);
+    assert(name.size() + longPrefix <= blockSize);
+    const bool isLong = name.size() >= longMark;
+    const size_t prefix = isLong ? longPrefix : 1;
+    const auto needed = static_cast<std::uint32_t>(prefix + name.size());
     if (needed > free_) {
         blocks_.emplace_back(new char[blockSize]);
         free_ = blockSize;
     }
     const auto place = static_cast<std::uint32_t>(blocks_.size()) * blockSize - free_;
     char* start = blocks_.back().get() + place % blockSize;
-    *start = static_cast<char>(name.size());
-    std::copy(name.begin(), name.end(), start + 1);
+    start[0] = static_cast<char>(isLong ? longMark : name.size());
+    if (isLong) {
+        start[1] = static_cast<char>(name.size() >> 8U);
+        start[2] = static_cast<char>(name.size() & 0xffU);
+    }
+    std::copy(name.begin(), name.end(), start + prefix);
     free_ -= needed;
     used_ += needed;
     return place;
@@ -24,11 +30,14 @@ std::uint32_t FolderNames::add(std::string_view name) {
 
 std::string_view FolderNames::at(std::uint32_t place) const {
     const char* start = blocks_[place / blockSize].get() + place % blockSize;
-    return {start + 1, static_cast<unsigned char>(*start)};
+    const auto byte = [&](size_t at) { return static_cast<unsigned char>(start[at]); };
+    if (byte(0) < longMark) return {start + 1, byte(0)};
+    return {start + longPrefix, static_cast<size_t>(byte(1)) << 8U | byte(2)};
 }
 
 void FolderNames::drop(std::uint32_t place) {
-    dropped_ += at(place).size() + 1;
+    const size_t length = at(place).size();
+    dropped_ += length + (length < longMark ? 1 : longPrefix);
 }
 
 const WatchTree::Node* WatchTree::find(int folder) const {

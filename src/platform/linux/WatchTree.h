@@ -9,7 +9,8 @@
 
 namespace larkspan::platform {
 
-// The names of the watched folders, one after the other in blocks: one byte more than the name.
+// The names of the watched folders, one after the other in blocks: one byte more than the name, or
+// three where it has 255 bytes or more. Some file systems count characters and allow 765 bytes.
 class FolderNames {
   public:
     std::uint32_t add(std::string_view name);
@@ -20,6 +21,8 @@ class FolderNames {
 
   private:
     static constexpr std::uint32_t blockSize = 32 * 1024;
+    static constexpr size_t longMark = 255;  // in the place of a length that follows in two bytes
+    static constexpr size_t longPrefix = 3;
     std::vector<std::unique_ptr<char[]>> blocks_;
     std::uint32_t free_ = 0;  // bytes left in the last block
     std::uint64_t used_ = 0;
