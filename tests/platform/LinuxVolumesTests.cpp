@@ -123,6 +123,25 @@ TEST_F(LinuxVolumesTests, ALinkToAVolumeThatIsNotMountedIsSeenThrough) {
     EXPECT_FALSE(volumes.isOnUnmountedVolume(folder.path() / "Film/a.fcp"));
 }
 
+TEST_F(LinuxVolumesTests, AVolumeIsFoundMountedThroughLinksOnBothSides) {
+    const Path media = folder.path() / "media";
+    const Path link = folder.path() / "link";
+    std::filesystem::create_directories((media / "raid/Film").str());
+    std::filesystem::create_symlink(media.str(), link.str());
+    std::filesystem::create_symlink((media / "raid").str(), (folder.path() / "disk").str());
+    for (const Path& configured : {media / "raid", link / "raid", folder.path() / "disk"}) {
+        writeConfiguration("/dev/sdb1 " + configured.str() + " ext4 defaults 0 2\n");
+        for (const bool mounted : {true, false}) {
+            const std::string point = mounted ? (media / "raid").str() : "/elsewhere";
+            writeMounts("31 26 8:17 / " + point + " rw - ext4 /dev/sdb1 rw\n");
+            for (const Path& path :
+                 {media / "raid/Film", link / "raid/new", folder.path() / "disk/a"}) {
+                EXPECT_NE(volumes.isOnUnmountedVolume(path), mounted) << configured << ' ' << path;
+            }
+        }
+    }
+}
+
 TEST_F(LinuxVolumesTests, VolumesFoldersAreTheUsersOrThoseOfWhomRootActsFor) {
     EXPECT_EQ(volumes.volumesFolders(), (Paths{Path("/Volumes"), Path("/media/editor"),
                                                Path("/run/media/editor"), Path("/mnt")}));

@@ -48,6 +48,17 @@ Path resolved(const Path& path) {
     return error ? path : Path(target.string());
 }
 
+// The points as the table of mounts has them, without links. One that is mounted is not looked at:
+// its server may be gone, and would hold up the answer about all others.
+std::vector<Path> asMounted(std::vector<Path> points, const std::vector<Mount>& mounted) {
+    for (Path& point : points) {
+        const bool isMounted =
+            std::ranges::any_of(mounted, [&](const Mount& mount) { return mount.point == point; });
+        if (!isMounted) point = resolved(point);
+    }
+    return points;
+}
+
 // udev keeps a link for each label, with special characters as \x20.
 std::optional<std::string> labelOfDevice(const std::string& device) {
     namespace fs = std::filesystem;
@@ -118,14 +129,12 @@ bool LinuxVolumes::isOnUnmountedVolume(const Path& path) {
         parseConfiguredMountPoints(readSmallFile(tables_.configuration).value_or(std::string()));
     if (configured.empty()) return false;
     const std::vector<Mount> mounted = mounts();
-    const auto isMissing = [&](const Path& below) {
-        const Path point = longestAround(configured, below);
-        // Mounted, or something deeper on the way to the path is.
-        return !point.empty() && std::ranges::none_of(mounted, [&](const Mount& mount) {
-            return mount.point.isWithin(point) && below.isWithin(mount.point);
-        });
-    };
-    return isMissing(path) || isMissing(resolved(path));
+    const Path below = resolved(path);
+    const Path point = longestAround(asMounted(configured, mounted), below);
+    // Mounted, or something deeper on the way to the path is.
+    return !point.empty() && std::ranges::none_of(mounted, [&](const Mount& mount) {
+        return mount.point.isWithin(point) && below.isWithin(mount.point);
+    });
 }
 
 std::set<Path> LinuxVolumes::volumes() {

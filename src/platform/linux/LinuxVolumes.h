@@ -26,7 +26,7 @@ class LinuxVolumes final : public Volumes {
     std::vector<Path> volumesFolders() override;
     std::vector<Path> mountedLocalVolumes() override;
     std::optional<VolumeFacts> factsOfVolume(const Path& mountPoint) override;
-    // Looks at the path as it is given and as links in it lead.
+    // Compares where the path and the configured mount points lead when links are followed.
     bool isOnUnmountedVolume(const Path& path) override;
     // Network volumes count.
     std::unique_ptr<Observation> observeMounts(MountObserver observer) override;
