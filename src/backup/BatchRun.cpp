@@ -45,7 +45,7 @@ struct BatchRun::Run {
     long unchanged = 0;
     std::vector<Path> processed;
     std::set<std::string> processedNames;
-    std::set<std::string> unreadable = {};  // names of the folders of projects
+    std::set<std::string> unreadable = {};    // names of the folders of projects
     std::vector<std::string> versioned = {};  // names of the folders of projects with new versions
 };
 
@@ -109,10 +109,11 @@ void BatchRun::processProject(Run& run, const ProjectEntry& entry, Path project)
         run.unreadable.insert(std::move(folderName));
         return;
     }
+    const Path folder = run.listing.root / folderName;
     considerVersion(run, {.entry = entry,
                           .project = std::move(project),
                           .file = *file,
-                          .folder = run.listing.root / folderName,
+                          .folder = folder,
                           .folderName = std::move(folderName),
                           .newest = std::move(*newest)});
 }

@@ -25,6 +25,8 @@ constexpr std::array table{
     KnownPreference{"showGrowlAlerts", onOff, "1", "Show a notice for projects and versions."},
     KnownPreference{"xmlLimit", integer, "5", "Largest project to render as XML, 0 (none) to 7."},
     KnownPreference{"generateFCPXML", onOff, "", "Keep an XML rendition of Final Cut projects."},
+    KnownPreference{"skipUnchangedSaves", onOff, "1",
+                    "Take no version of a save that changed nothing."},
     KnownPreference{"removeDuplicates", onOff, "1", "Drop a version equal to the one before."},
     KnownPreference{"takeScreenshots", onOff, "1", "Keep a picture of the screen per version."},
     KnownPreference{"manageBackups", onOff, "1", "Thin out old versions."},

@@ -68,9 +68,9 @@ std::optional<Path> storeRoot(Context& context) {
 void prepareLog() {
     if (Preferences::organisation().isSwitchedOn("disable-logging")) return ZBLog::disableLogging();
     const auto logs = ZBLog::availableLogs();
-    const auto info =
-        logs.empty() ? std::nullopt
-                     : platform::Platform::current().files.info(logs.front()).optional();
+    const auto info = logs.empty()
+                          ? std::nullopt
+                          : platform::Platform::current().files.info(logs.front()).optional();
     if (!info || info->size > largestLog) ZBLog::createNewLog();
 }
 

@@ -50,10 +50,9 @@ std::vector<std::string> reportsIn(const Path& folder, const std::string& applic
     const auto opened = current().files.openFolder(folder);
     if (!opened || application.empty()) return names;
     const std::string start = lowercased(application + "_");
-    const auto entries =
-        (*opened)->entries([&](std::string_view name, platform::EntryKind) {
-            return lowercased(name).starts_with(start);
-        });
+    const auto entries = (*opened)->entries([&](std::string_view name, platform::EntryKind) {
+        return lowercased(name).starts_with(start);
+    });
     if (!entries) return names;
     for (const auto& entry : *entries) names.push_back(entry.name);
     return names;

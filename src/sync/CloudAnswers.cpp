@@ -3,6 +3,7 @@
 #include "foundation/Text.h"
 #include "sync/CloudErrors.h"
 
+#include <algorithm>
 #include <charconv>
 #include <functional>
 
@@ -45,11 +46,43 @@ std::string stringIn(const Json& json, const char* name) {
     return found != json.end() && found->is_string() ? found->get<std::string>() : std::string();
 }
 
+// Levels of arrays and objects; an answer of the service has four or five.
+bool nestsTooDeep(std::string_view body) {
+    constexpr int mostLevels = 64;
+    int level = 0;
+    bool isInText = false;
+    for (size_t at = 0; at < body.size(); ++at) {
+        const char c = body[at];
+        if (c == '"') isInText = !isInText;
+        if (isInText && c == '\\') ++at;
+        if (isInText) continue;
+        if (c == '[' || c == '{') ++level;
+        if (c == ']' || c == '}') --level;
+        if (level > mostLevels) return true;
+    }
+    return false;
+}
+
+// Discarded when it is no JSON, or nested as no answer is (docs/behaviour.md, own 26).
+Json parsed(std::string_view body) {
+    if (nestsTooDeep(body)) return Json(Json::value_t::discarded);
+    return Json::parse(body, nullptr, false);
+}
+
+// It would end a header line and begin another.
+bool hasControlCharacter(std::string_view text) {
+    return std::ranges::any_of(text, [](char c) {
+        constexpr unsigned char blank = 0x20;
+        constexpr unsigned char erase = 0x7f;
+        return static_cast<unsigned char>(c) < blank || static_cast<unsigned char>(c) == erase;
+    });
+}
+
 // Reads an answer that is a JSON object.
 template <class Value>
 Result<Value> readObject(std::string_view body,
                          const std::function<Result<Value>(const Json&)>& read) {
-    const Json json = Json::parse(body, nullptr, false);
+    const Json json = parsed(body);
     if (json.is_discarded() || !json.is_object()) return badResponse();
     return read(json);
 }
@@ -113,7 +146,7 @@ Result<ListedPage> pageOf(const Json& json) {
 
 // "path/insufficient_space" of an answer that gives a reason; "" of others.
 std::string reasonOf(const HttpAnswer& answer, const char* member) {
-    const Json json = Json::parse(answer.body, nullptr, false);
+    const Json json = parsed(answer.body);
     if (json.is_discarded() || !json.is_object()) return "";
     std::string reason = printable(stringIn(json, member));
     while (reason.ends_with('.') || reason.ends_with('/')) reason.pop_back();
@@ -230,11 +263,14 @@ Result<std::string> sessionId(std::string_view body) {
 
 Result<TokenAnswer> token(std::string&& body) {
     const Secret kept(std::move(body));
-    const Json json = Json::parse(kept.text(), nullptr, false);
+    const Json json = parsed(kept.text());
     if (json.is_discarded() || !json.is_object()) return badResponse();
     TokenAnswer answer{Secret(stringIn(json, "access_token")),
                        Secret(stringIn(json, "refresh_token")), stringIn(json, "account_id")};
-    if (answer.accessToken.text().empty()) return badResponse();
+    // docs/behaviour.md, own 21
+    if (answer.accessToken.text().empty() || hasControlCharacter(answer.accessToken.text())) {
+        return badResponse();
+    }
     return answer;
 }
 

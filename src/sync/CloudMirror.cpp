@@ -1,6 +1,7 @@
 #include "sync/CloudMirror.h"
 
 #include "foundation/NotificationCenter.h"
+#include "foundation/Uuid.h"
 #include "kit/ConsoleReport.h"
 #include "kit/Identifiers.h"
 #include "kit/ZBFileManager.h"
@@ -128,13 +129,30 @@ void CloudMirror::removeRestClient() {
 
 // ---- uploads ----
 
+// Looks and notes that it did in one step, since several processes may fail at once
+// (docs/behaviour.md, own 25).
+static bool mayShowFailureNow() {
+    const auto file = Preferences::ownDefaultsFile();
+    const Date now = current().clock.now();
+    bool mayShow = !file;
+    const auto unsaved =
+        file ? Preferences::changeObject(*file, lastSyncErrorKey,
+                                         [&](const Value* shown) -> std::optional<Value> {
+                                             mayShow = mayShowSyncError(shown, now);
+                                             if (mayShow) return Value(now);
+                                             return shown ? std::optional(*shown) : std::nullopt;
+                                         })
+             : std::nullopt;
+    if (unsaved) ZBLog::appendLog("Unable to write %@: %@", *file, unsaved->description);
+    return mayShow;
+}
+
 void CloudMirror::uploadFileToCloud(const Path& version) {
     if (!isSyncOn(Preferences::frontEnd())) return;
     if (!isFrontEnd()) {
-        // Packed under its name alone, so that two of one name are not to be packed at once.
         transfers_.add({.executable = besideHelper("Larkspan"),
                         .arguments = {"-upload", version.str()},
-                        .file = archiveName(version)});
+                        .file = version.str()});
         return;
     }
     uploads_.push_back({version, nullptr});
@@ -160,12 +178,16 @@ void CloudMirror::startUpload() {
 
 // The archive, or the version itself when it cannot be packed.
 Path CloudMirror::packed(Upload& upload) const {
-    Path archive = ZBLocalPaths::tempDirectory() / archiveName(upload.version);
-    if (current().files.linkInfo(archive)) {
-        (void)ZBFileManager::removeFile(archive, ShouldAuth::no);
-    }
-    upload.archive = std::make_unique<TransferFile>(archive);
-    if (ZBFileManager::compressFile(upload.version, archive, IncludeParent::no)) return archive;
+    // docs/behaviour.md, own 22
+    const Path folder =
+        ZBLocalPaths::tempDirectory() / (std::string(archiveFolderPrefix) + generateUUID());
+    Path archive = folder / archiveName(upload.version);
+    upload.archive = std::make_unique<TransferFile>(folder);
+    constexpr unsigned ownersRights = 0700;
+    const bool isPrivate = !current().files.createFolder(folder) &&
+                           !current().files.setPermissions(folder, ownersRights);
+    if (isPrivate && ZBFileManager::compressFile(upload.version, archive, IncludeParent::no))
+        return archive;
     upload.archive.reset();
     return upload.version;
 }
@@ -210,13 +232,7 @@ void CloudMirror::uploadFileFailedWithError(DBRestClient&, const Error& error) {
 void CloudMirror::showUploadFailure(const Error& error) const {
     const std::string message = uploadFailureMessage(error);
     ZBLog::appendLog("Dropbox upload failed: %@", message);
-    const Preferences defaults = Preferences::ownDefaults();
-    const Date now = current().clock.now();
-    if (mayShowSyncError(defaults.object(lastSyncErrorKey), now)) {
-        const auto file = Preferences::ownDefaultsFile();
-        const auto unsaved =
-            file ? Preferences::setObject(*file, lastSyncErrorKey, now) : std::nullopt;
-        if (unsaved) ZBLog::appendLog("Unable to write %@: %@", *file, unsaved->description);
+    if (mayShowFailureNow()) {
         ZBGrowl::postGrowlNotification("Dropbox upload failed", message, "", "Backup failed");
     }
     uploadProcess_->setBadge("");

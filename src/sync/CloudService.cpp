@@ -17,6 +17,7 @@ namespace larkspan {
 namespace {
 
 constexpr size_t mostEntries = 1'000'000;
+constexpr size_t mostPages = 10'000;
 
 platform::Platform& current() {
     return platform::Platform::current();
@@ -24,6 +25,12 @@ platform::Platform& current() {
 
 Error badResponse(const char* words) {
     return {urlErrorDomain, urlerror::badServerResponse, words};
+}
+
+// Whatever a server repeats (docs/behaviour.md, own 21).
+Error withoutSecret(Error error, const Secret& secret) {
+    error.description = replacingAll(error.description, secret.text(), "(token)");
+    return error;
 }
 
 double share(std::uint64_t part, std::uint64_t whole) {
@@ -83,7 +90,9 @@ std::optional<Error> CloudService::refreshToken() {
                                  .form = &form},
                                 cancel_);
     if (!answer) return answer.error();
-    if (answer->status != 200) return cloudanswers::tokenFailure(*answer);
+    if (answer->status != 200) {
+        return withoutSecret(cloudanswers::tokenFailure(*answer), account->refreshToken);
+    }
     auto token = cloudanswers::token(std::move(answer->body));
     if (!token) return token.error();
     accessToken_ = std::make_unique<Secret>(std::move(token->accessToken));
@@ -100,10 +109,7 @@ Result<HttpAnswer> CloudService::send(HttpRequest request) {
         auto answer = client_->post(request, cancel_);
         if (!answer || answer->status == 200) return answer;
         if (answer->status != cloudstatus::unauthorized || isLast) {
-            Error error = cloudanswers::failure(*answer);
-            // Whatever a server repeats.
-            error.description = replacingAll(error.description, accessToken_->text(), "(token)");
-            return error;
+            return withoutSecret(cloudanswers::failure(*answer), *accessToken_);
         }
         accessToken_.reset();
     }
@@ -184,13 +190,13 @@ Result<DBMetadata> CloudService::listFolder(const RemotePath& folder) {
     listed.path = folder;
     listed.isDirectory = true;
     auto answer = sendJson("files/list_folder", cloudarguments::listFolder(folder));
-    for (;;) {
+    for (size_t pages = 1;; ++pages) {
         if (!answer) return answer.error();
         auto page = cloudanswers::listedPage(answer->body);
         if (!page) return page.error();
         std::ranges::move(page->entries, std::back_inserter(listed.contents));
         if (!page->hasMore) return listed;
-        if (listed.contents.size() > mostEntries) {
+        if (listed.contents.size() > mostEntries || pages >= mostPages) {
             return badResponse("The folder in the cloud has no end.");
         }
         answer = sendJson("files/list_folder/continue",

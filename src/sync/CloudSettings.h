@@ -24,6 +24,9 @@ struct CloudSettings {
     Seconds connectTimeout = std::chrono::seconds(30);
     // For how long nothing may move in either direction.
     Seconds stallTimeout = std::chrono::seconds(60);
+    // How long a transfer may take that moves less than the least rate, in bytes a second.
+    Seconds slowTimeout = std::chrono::minutes(5);
+    double leastRate = 1024;
 
     // A larger file goes in chunks. The service takes no more than 150 MB in one request.
     std::uint64_t largestSingleUpload = 150'000'000;

@@ -36,9 +36,9 @@ bool isTransferFile(const Path& path) {
     const auto facts = current().files.linkInfo(path);
     if (!facts || (!facts->isFile() && !facts->isFolder())) return false;
     const std::string name = path.lastPathComponent();
-    const bool isArchive =
-        facts->isFile() && name.ends_with(".zip") && path.isWithin(ZBLocalPaths::tempDirectory());
-    return isArchive || name.starts_with(partialDownloadPrefix);
+    const bool holdsArchive = facts->isFolder() && name.starts_with(archiveFolderPrefix) &&
+                              path.isWithin(ZBLocalPaths::tempDirectory());
+    return holdsArchive || name.starts_with(partialDownloadPrefix);
 }
 
 bool isRunning(const Value& record) {
@@ -85,8 +85,7 @@ int TransferFile::clearLeftovers() {
     if (!folder) return 0;
     const auto records = current().files.contentsOfFolder(*folder);
     if (!records || records->empty()) return 0;
-    // What was being packed lies under a hidden name beside the archive.
-    int cleared = current().files.removeAbandonedCopies(ZBLocalPaths::tempDirectory());
+    int cleared = 0;
     for (const auto& record : *records) {
         if (record.kind == platform::EntryKind::file && clearRecord(*folder / record.name)) {
             ++cleared;

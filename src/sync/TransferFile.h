@@ -9,9 +9,10 @@
 namespace larkspan {
 
 inline constexpr std::string_view partialDownloadPrefix = ".larkspan-download-";
+inline constexpr std::string_view archiveFolderPrefix = ".larkspan-upload-";
 
-// A file, or a folder, that exists for a transfer only: an archive to be uploaded, a download that
-// has not ended, what is being unpacked.
+// A file, or a folder, that exists for a transfer only: the folder of an archive to be uploaded, a
+// download that has not ended, what is being unpacked.
 // It is written down before it is made, so that what a killed process left is found and removed
 // later. The file itself is made by others.
 class TransferFile {

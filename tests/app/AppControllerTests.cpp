@@ -16,7 +16,6 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::Not;
 using ::testing::StartsWith;
-using ::testing::UnorderedElementsAre;
 using namespace std::chrono_literals;
 
 class AppControllerTest : public testing::StoreTest {

@@ -11,7 +11,6 @@ bool operator==(const WatchFolder& a, const WatchFolder& b) {
 
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 std::vector<Path> paths(std::initializer_list<const char*> texts) {

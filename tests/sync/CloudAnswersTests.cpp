@@ -149,5 +149,19 @@ TEST(CloudLink, TheChallengeIsTheOneOfTheStandard) {
               "E9Melhoa2OwvFrEMTJguCHaoeK1t8URWbuGJSstw-cM");
 }
 
+TEST(CloudAnswers, WhatIsNestedAsNoAnswerIsIsNotRead) {
+    constexpr size_t size = size_t{16} << 20;
+    EXPECT_FALSE(cloudanswers::metadata(std::string(size, '[')));
+    EXPECT_FALSE(cloudanswers::sessionId("{\"session_id\":" + std::string(100, '{')));
+    const auto named = cloudanswers::sessionId(R"({"session_id":"[[\"{{"})");
+    ASSERT_TRUE(named);
+    EXPECT_EQ(*named, "[[\"{{");
+}
+
+TEST(CloudAnswers, ATokenWithALineBreakIsRefused) {
+    EXPECT_TRUE(cloudanswers::token(R"({"access_token":"good"})"));
+    EXPECT_FALSE(cloudanswers::token(R"({"access_token":"good\r\nX-More: header"})"));
+}
+
 }  // namespace
 }  // namespace larkspan

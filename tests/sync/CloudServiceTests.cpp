@@ -231,6 +231,13 @@ TEST_F(CloudServiceTest, NoTokenIsInAnyError) {
     const auto error = service().deletePath({"/P"});
     ASSERT_TRUE(error);
     EXPECT_EQ(error->description, "The cloud service answered with status 400 (who is (token)?).");
+    server.failAlways(
+        "oauth2/token",
+        {.status = 400, .body = R"({"error":"who is refresh-token-of-the-editor?"})"});
+    const auto refused = service().deletePath({"/P"});
+    ASSERT_TRUE(refused);
+    EXPECT_EQ(refused->description,
+              "The cloud service answered with status 400 (who is (token)?).");
     EXPECT_THAT(loggedLines(), IsEmpty());
 }
 

@@ -62,6 +62,10 @@ TEST_F(TransportTest, WhatStandsStillTimesOutAndWhatCrawlsArrives) {
     EXPECT_EQ(uploadTo(server.address()), 0);
     server.failOnce("files/upload", {.drip = Seconds(1)});
     EXPECT_EQ(uploadTo(server.address()), urlerror::timedOut);
+    settings.slowTimeout = Seconds(0.2);
+    settings.leastRate = 1'000'000;
+    server.failOnce("files/upload", {.drip = Seconds(0.01)});
+    EXPECT_EQ(uploadTo(server.address()), urlerror::timedOut) << "nothing stands still";
 }
 
 TEST_F(TransportTest, CancellingEndsAtOnce) {

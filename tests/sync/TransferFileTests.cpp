@@ -32,10 +32,10 @@ class TransferFileTest : public testing::FakePlatformTest {
 
 TEST_F(TransferFileTest, GoesWithItsTransfer) {
     {
-        const TransferFile file(temp / "a.zip");
+        const TransferFile file(temp / ".larkspan-upload-A");
         EXPECT_FALSE(file.problem());
         EXPECT_EQ(namesIn(records).size(), 1U);
-        writeFile(file.path(), "archive");
+        writeFile(file.path() / "a.zip", "archive");
     }
     EXPECT_THAT(namesIn(temp), IsEmpty());
     EXPECT_THAT(namesIn(records), IsEmpty());
@@ -43,15 +43,15 @@ TEST_F(TransferFileTest, GoesWithItsTransfer) {
 
 TEST_F(TransferFileTest, WhatAKilledProcessLeftIsCleared) {
     const int running = fake.applications.start(frontEndBundleIdentifier).processID;
-    writeFile(temp / "left.zip", "archive");
-    writeFile(temp / "running.zip", "archive");
+    writeFile(temp / ".larkspan-upload-left/a.zip", "archive");
+    writeFile(temp / ".larkspan-upload-running/a.zip", "archive");
     writeFile(Path("/Down/.larkspan-download-X"), "part");
-    leave(temp / "left.zip", 999'999);
-    leave(temp / "running.zip", running);
+    leave(temp / ".larkspan-upload-left", 999'999);
+    leave(temp / ".larkspan-upload-running", running);
     leave(Path("/Down/.larkspan-download-X"), 999'999);
-    leave(temp / "gone.zip", 999'999);
+    leave(temp / ".larkspan-upload-gone", 999'999);
     EXPECT_EQ(TransferFile::clearLeftovers(), 2);
-    EXPECT_THAT(namesIn(temp), ElementsAre("running.zip"));
+    EXPECT_THAT(namesIn(temp), ElementsAre(".larkspan-upload-running"));
     EXPECT_THAT(namesIn(Path("/Down")), IsEmpty());
     EXPECT_EQ(namesIn(records).size(), 1U);
 }
@@ -61,8 +61,10 @@ TEST_F(TransferFileTest, NothingElseIsRemovedWhateverARecordSays) {
     writeFile(Path("/Work/mine.zip"), "mine");
     fake.files.addLink(temp / "link.zip", "/Work/mine.zip");
     writeFile(temp / "folder.zip/inside", "x");
-    for (const Path& path : {Path("/Work/Cut.fcp"), Path("/Work/mine.zip"), temp / "link.zip",
-                             temp / "folder.zip", temp, Path("")}) {
+    writeFile(Path("/Work/.larkspan-upload-mine/inside"), "x");
+    for (const Path& path :
+         {Path("/Work/Cut.fcp"), Path("/Work/mine.zip"), temp / "link.zip", temp / "folder.zip",
+          temp, Path(""), Path("/Work/.larkspan-upload-mine")}) {
         leave(path, 999'999);
     }
     leave(Value::Dictionary{{"path", 7}});
@@ -71,12 +73,13 @@ TEST_F(TransferFileTest, NothingElseIsRemovedWhateverARecordSays) {
     EXPECT_EQ(contentOf(Path("/Work/Cut.fcp")), "project");
     EXPECT_EQ(contentOf(temp / "link.zip"), "mine");
     EXPECT_EQ(contentOf(temp / "folder.zip/inside"), "x");
+    EXPECT_EQ(contentOf(Path("/Work/.larkspan-upload-mine/inside")), "x");
     EXPECT_THAT(namesIn(records), IsEmpty());
 }
 
 TEST_F(TransferFileTest, WhatCannotBeRemovedNowIsTriedAgainLater) {
-    writeFile(temp / "left.zip", "archive");
-    leave(temp / "left.zip", 999'999);
+    writeFile(temp / ".larkspan-upload-left/a.zip", "archive");
+    leave(temp / ".larkspan-upload-left", 999'999);
     fake.faults.refuseCall(platform::FileOperation::removeItem, 1, EACCES);
     EXPECT_EQ(TransferFile::clearLeftovers(), 0);
     EXPECT_EQ(TransferFile::clearLeftovers(), 1);

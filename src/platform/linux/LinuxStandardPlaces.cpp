@@ -152,7 +152,7 @@ std::optional<std::string> LinuxStandardPlaces::activeUserOfSeat() const {
 }
 
 std::optional<std::string> LinuxStandardPlaces::consoleUser() {
-    const std::optional<std::string> atConsole = activeUserOfSeat();
+    std::optional<std::string> atConsole = activeUserOfSeat();
     const auto behindSudo = userNamed(environment_.sudoUser);
     if (!homeIsElsewhere_) {
         if (atConsole) return atConsole;

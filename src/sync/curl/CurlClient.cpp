@@ -152,14 +152,14 @@ class CurlClient::Exchange {
     // Serves the transfer until it has ended, is cancelled, or nothing has moved for too long.
     CURLcode run(CURLM* multi, CancelFlag& cancel) {
         const CancelFlag::Wakes wakes(cancel, [multi] { curl_multi_wakeup(multi); });
-        moved_ = std::chrono::steady_clock::now();
+        begun_ = moved_ = std::chrono::steady_clock::now();
         for (;;) {
             int running = 0;
             if (curl_multi_perform(multi, &running) != CURLM_OK) return CURLE_FAILED_INIT;
             if (running == 0) return result(multi);
             if (cancel.isCancelled()) return CURLE_ABORTED_BY_CALLBACK;
             const Seconds left = settings_.stallTimeout - sinceMove();
-            if (left <= Seconds::zero()) return CURLE_OPERATION_TIMEDOUT;
+            if (left <= Seconds::zero() || crawls()) return CURLE_OPERATION_TIMEDOUT;
             curl_multi_poll(multi, nullptr, 0, static_cast<int>(milliseconds(left)), nullptr);
         }
     }
@@ -173,6 +173,12 @@ class CurlClient::Exchange {
     }
 
     Seconds sinceMove() const { return std::chrono::steady_clock::now() - moved_; }
+    // docs/behaviour.md, own 26
+    bool crawls() const {
+        const Seconds taken = std::chrono::steady_clock::now() - begun_;
+        const auto moved = static_cast<double>(amounts_.first + amounts_.second);
+        return taken > settings_.slowTimeout && moved < settings_.leastRate * taken.count();
+    }
 
     Error transportError(CURLcode code) {
         TransportFailure failure{.code = code, .words = printable(words_.data())};
@@ -254,6 +260,7 @@ class CurlClient::Exchange {
     std::array<char, CURL_ERROR_SIZE> words_{};
     std::uint64_t position_ = 0;  // in the body
     std::pair<curl_off_t, curl_off_t> amounts_{0, 0};
+    SteadyTime begun_;
     SteadyTime moved_;
     HttpAnswer answer_;
     std::optional<Error> failure_;  // of what the request reads from or is taken by
