@@ -28,8 +28,10 @@ const std::vector<Layer>& layers() {
         {"sync/curl", {"sync", "kit", "platform", "foundation"}},
         {"discovery", {"kit", "platform", "foundation"}},
         {"backup", {"host", "changes", "sync", "kit", "platform", "foundation"}},
-        {"app", {"discovery", "backup", "host", "changes", "sync", "kit", "platform", "foundation"}},
-        {"frontend", {"discovery", "backup", "host", "changes", "sync", "kit", "platform", "foundation"}},
+        {"app",
+         {"discovery", "backup", "host", "changes", "sync", "kit", "platform", "foundation"}},
+        {"frontend",
+         {"discovery", "backup", "host", "changes", "sync", "kit", "platform", "foundation"}},
     };
     return all;
 }
