@@ -7,6 +7,11 @@
 namespace larkspan {
 namespace {
 
+std::string pair(std::string_view first, std::string_view second) {
+    std::string both(first);
+    return both.append(second);
+}
+
 // ASCII as UTF-16 without a byte-order mark.
 std::string wide(std::string_view text, bool highFirst) {
     std::string bytes;
@@ -19,7 +24,7 @@ std::string wide(std::string_view text, bool highFirst) {
 
 TEST(EditDocument, IsToldByItsOutermostElement) {
     const std::string declared = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
-    const std::string edit = declared + "<!DOCTYPE xmeml>\n<xmeml version=\"5\">";
+    const std::string edit = pair(declared, "<!DOCTYPE xmeml>\n<xmeml version=\"5\">");
     struct Case {
         const char* what;
         std::string bytes;
@@ -27,14 +32,14 @@ TEST(EditDocument, IsToldByItsOutermostElement) {
     };
     const Case cases[] = {
         {"Final Cut 7", edit, true},
-        {"Final Cut X", declared + "<!DOCTYPE fcpxml>\r\n\r\n<fcpxml version=\"1.8\">", true},
+        {"Final Cut X", pair(declared, "<!DOCTYPE fcpxml>\r\n\r\n<fcpxml version=\"1.8\">"), true},
         {"Kdenlive", "<?xml version='1.0'?>\n<mlt LC_NUMERIC=\"C\" producer=\"main_bin\">", true},
-        {"Premiere", declared + "<PremiereData Version=\"3\">", true},
+        {"Premiere", pair(declared, "<PremiereData Version=\"3\">"), true},
         {"no declaration", "<mlt>", true},
         {"blank lines first", "\n\n <mlt/>", true},
-        {"byte-order mark", "\xEF\xBB\xBF" + edit, true},
-        {"UTF-16, low byte first", "\xFF\xFE" + wide(edit, false), true},
-        {"UTF-16, high byte first", "\xFE\xFF" + wide(edit, true), true},
+        {"byte-order mark", pair("\xEF\xBB\xBF", edit), true},
+        {"UTF-16, low byte first", pair("\xFF\xFE", wide(edit, false)), true},
+        {"UTF-16, high byte first", pair("\xFE\xFF", wide(edit, true)), true},
         {"UTF-16 without a mark", wide(edit, false), true},
         {"the other way round", wide(edit, true), true},
         {"comments", "<!-- <a> --><!----><mlt >", true},
@@ -42,7 +47,7 @@ TEST(EditDocument, IsToldByItsOutermostElement) {
          "<!DOCTYPE mlt [<!ENTITY a \">]\"> <!-- ' ]> -->]><mlt>", true},
         {"a document type by address", "<!DOCTYPE mlt SYSTEM 'a>b'><mlt>", true},
 
-        {"a sidecar", declared + "<NonRealTimeMeta xmlns=\"urn:x\"><mlt/>", false},
+        {"a sidecar", pair(declared, "<NonRealTimeMeta xmlns=\"urn:x\"><mlt/>"), false},
         {"another root than the document type says", "<!DOCTYPE xmeml><plist>", false},
         {"only in a comment", "<!-- <mlt> -->", false},
         {"a longer name", "<mltx>", false},
@@ -53,7 +58,7 @@ TEST(EditDocument, IsToldByItsOutermostElement) {
         {"text", "mlt <mlt>", false},
         {"nothing", "", false},
         {"half a character", std::string("\xFF\xFE<", 3), false},
-        {"too far behind", std::string(editDocumentStart, ' ') + "<mlt>", false},
+        {"too far behind", pair(std::string(editDocumentStart, ' '), "<mlt>"), false},
     };
     for (const Case& c : cases) EXPECT_EQ(showsEditDocument(c.bytes), c.isEdit) << c.what;
 }
