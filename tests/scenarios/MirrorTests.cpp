@@ -5,6 +5,7 @@
 #include "support/Programs.h"
 #include "support/RawServer.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
 #include <map>
@@ -21,7 +22,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::CloudServer;
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
@@ -53,13 +53,17 @@ class MirrorTest : public ::testing::Test {
         writeWhole(file, content);
         return file;
     }
-    std::vector<std::string> temporaryArchives() const {
-        std::vector<std::string> names;
-        for (const auto& entry : fs::directory_iterator(programs.temporary().str())) {
+    // Archives, and the folders that uploads make for them.
+    std::vector<fs::path> temporaryArchives() const {
+        std::vector<fs::path> found;
+        for (const auto& entry : fs::recursive_directory_iterator(programs.temporary().str())) {
             const std::string name = entry.path().filename().string();
-            if (entry.is_regular_file() && name.ends_with(".zip")) names.push_back(name);
+            if (name.ends_with(".zip") || name.starts_with(".larkspan-")) {
+                found.push_back(entry.path());
+            }
         }
-        return names;
+        std::ranges::sort(found);
+        return found;
     }
     static size_t peakMemory(int process) {
         const std::string status = readWhole(Path("/proc/" + std::to_string(process) + "/status"));
@@ -121,13 +125,14 @@ TEST_F(MirrorTest, AKilledUploadLeavesNothingBeyondTheNextStartOfTheHelper) {
     prefer("syncContentAddress", "http://" + silent.host());
     const auto upload = programs.launchFrontEnd({"-upload", version("Cut.00001.fcp", "v").str()});
     silent.waitUntilHeld();
-    EXPECT_THAT(temporaryArchives(), ElementsAre("Cut.00001.fcp.zip"));
-    struct stat status {};
-    ASSERT_EQ(::stat((programs.temporary() / "Cut.00001.fcp.zip").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+    const auto archives = temporaryArchives();
+    ASSERT_EQ(archives.size(), 2U) << "its folder and itself";
+    EXPECT_EQ(archives[1].filename(), "Cut.00001.fcp.zip");
+    EXPECT_EQ(fs::status(archives[0]).permissions(), fs::perms(0700));
+    EXPECT_EQ(fs::status(archives[1]).permissions(), fs::perms(0600));
     // A helper that starts meanwhile leaves it alone.
     EXPECT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
-    EXPECT_THAT(temporaryArchives(), ElementsAre("Cut.00001.fcp.zip"));
+    EXPECT_EQ(temporaryArchives(), archives);
     ::kill(upload->processID(), SIGKILL);
     (void)upload->waitUntilExit();
     EXPECT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
