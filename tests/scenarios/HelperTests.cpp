@@ -321,6 +321,26 @@ TEST_F(HelperTest, AWatchedHomeComesToRest) {
     })) << programs.log();
 }
 
+TEST_F(HelperTest, WhatLiesInTheTrashIsNotReplaced) {
+    watchWork();
+    for (const auto& [key, value] :
+         {std::pair("backupManagementMinLimitSet", "0"), {"deleteBackupCount", "1"}}) {
+        ASSERT_EQ(programs.larkspan({"prefs", key, value}).status, 0);
+    }
+    const Path project = quietProject("Cut.fcp", "of long ago");
+    setAge(project, std::chrono::hours(9 * 24));
+    ASSERT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
+    // Without an information file, as other programs leave things there.
+    const Path contents = programs.home() / ".local/share/Trash/files";
+    fs::create_directories(contents.str());
+    writeWhole(contents / "Cut.00001.fcp", "somebody else's");
+    quietProject("Cut.fcp", "of today");
+    ASSERT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
+    EXPECT_EQ(programs.versionsOf("Cut").size(), 1U);
+    EXPECT_EQ(readWhole(contents / "Cut.00001.fcp"), "somebody else's");
+    EXPECT_EQ(readWhole(contents / "Cut.00001.fcp.2"), "of long ago");
+}
+
 TEST_F(HelperTest, AFullDiskLosesNothing) {
     watchWork();
     const Path project = quietProject("Cut.fcp", std::string(4 << 20, 'x'));

@@ -40,11 +40,14 @@ std::string takeName(Files& files, const Path& contents, const Path& information
         const Path file = information / (name + ".trashinfo");
         if (!openAt(AT_FDCWD, systemName(file), O_WRONLY | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR)) {
             if (errno != EEXIST) return {};
-        } else if (const auto there = files.linkInfo(contents / name);
-                   !there && isMissing(there.error())) {
-            return name;
-        } else {
-            (void)files.removeItem(file);
+            continue;
+        }
+        const auto there = files.linkInfo(contents / name);
+        if (!there && isMissing(there.error())) return name;
+        (void)files.removeItem(file);
+        if (!there) {
+            errno = static_cast<int>(there.error().code);
+            return {};
         }
     }
     errno = EEXIST;
@@ -70,6 +73,31 @@ std::optional<Error> copyThere(Files& files, const Path& item, const Path& targe
     return {};
 }
 
+// Whether GLib would put the item into the Trash of the item's own file system, under a name that
+// nothing there has. Where a name has no information file GLib replaces what bears it, so it is
+// asked only where that cannot be (docs/behaviour.md, own 7).
+bool isSafeWithGLib(Files& files, const Path& item, const Path& homeFolder) {
+    const auto folder = files.info(item.deletingLastPathComponent());
+    const auto home = files.info(homeFolder);
+    if (!folder || !home || folder->identity.device == home->identity.device) return false;
+    Path top = item.deletingLastPathComponent();
+    for (Path above = top.deletingLastPathComponent(); !top.empty() && above != top;
+         above = top.deletingLastPathComponent()) {
+        const auto info = files.info(above.empty() ? Path("/") : above);
+        if (!info || info->identity.device != folder->identity.device) break;
+        top = above;
+    }
+    const std::string user = std::to_string(::getuid());
+    const std::string name = item.lastPathComponent();
+    for (const Path& trash : {top / (".Trash-" + user), top / ".Trash" / user}) {
+        for (const Path& taken : {trash / "files" / name, trash / "info" / (name + ".trashinfo")}) {
+            const auto info = files.linkInfo(taken);
+            if (info || !isMissing(info.error())) return false;
+        }
+    }
+    return true;
+}
+
 std::optional<Error> createPrivateFolder(Files& files, const Path& folder) {
     if (files.isFolder(folder)) return {};
     if (auto error = files.createFolder(folder)) return error;
@@ -81,7 +109,8 @@ std::optional<Error> createPrivateFolder(Files& files, const Path& folder) {
 std::optional<Error> LinuxTrash::recycle(const Path& item) {
     if (const auto info = files_.linkInfo(item); !info) return info.error();
     // GLib reads the environment for itself, once: with another home it would be the wrong Trash.
-    if (Path(g_get_user_data_dir()) / "Trash/files" == homeTrash()) {
+    const bool isGLibsTrash = Path(g_get_user_data_dir()) / "Trash/files" == homeTrash();
+    if (isGLibsTrash && isSafeWithGLib(files_, item, places_.homeDirectory())) {
         const GObjectHandle<GFile> file(g_file_new_for_path(item.c_str()));
         if (g_file_trash(file.get(), nullptr, nullptr)) return {};
     }
