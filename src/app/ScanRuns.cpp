@@ -16,6 +16,10 @@
 namespace larkspan {
 namespace {
 
+constexpr Seconds soonestLook{0.01};
+// While the store cannot be read there is no hurry.
+constexpr Seconds lookAfterFailure{30.0};
+
 platform::Platform& current() {
     return platform::Platform::current();
 }
@@ -70,8 +74,9 @@ void ScanRuns::run() {
     } else {
         logProblem("Unable to read the version store: %@", listing.error().description);
     }
-    current().mainThread.post([self = std::weak_ptr(self_)] {
-        if (const auto runs = self.lock()) (*runs)->planLookAtUnrested();
+    const Seconds soonest = listing ? soonestLook : lookAfterFailure;
+    current().mainThread.post([self = std::weak_ptr(self_), soonest] {
+        if (const auto runs = self.lock()) (*runs)->planLookAtUnrested(soonest);
     });
 }
 
@@ -134,11 +139,10 @@ void ScanRuns::backUpFirstStates(const std::vector<Path>& registered) {
 }
 
 // One timer for all projects that were set aside, for the first that is due.
-void ScanRuns::planLookAtUnrested() {
+void ScanRuns::planLookAtUnrested(Seconds soonest) {
     unrestedTimer_.reset();
     const auto next = engine_.nextUnrestedProject();
     if (!next) return;
-    constexpr Seconds soonest{0.01};
     const Seconds wait = std::max(soonest, *next - current().clock.uptime());
     unrestedTimer_ = current().mainThread.scheduleRepeating(wait, [this] {
         unrestedTimer_.reset();

@@ -52,7 +52,7 @@ class ScanRuns {
     void backUp(const Requests& requests, const ProjectListing& listing);
     std::vector<Path> discover(const Requests& requests, const ProjectListing& listing);
     void backUpFirstStates(const std::vector<Path>& registered);
-    void planLookAtUnrested();
+    void planLookAtUnrested(Seconds soonest);
 
     ZBLarkspanBackup& engine_;
     Guarded<Requests> requests_;

@@ -130,6 +130,7 @@ void BatchRun::considerVersion(Run& run, const Candidate& candidate) {
     if (candidate.newness() == Newness::older &&
         unchangedsave::isInStore(candidate.project, candidate.file, candidate.versions())) {
         list_.noteSettled(candidate.folderName, candidate.file);
+        state_.unrested.with([&](auto& unrested) { unrested.settled(candidate.project); });
         return;
     }
     takeVersion(run, candidate, verdict);
@@ -200,11 +201,11 @@ void BatchRun::noteOutcome(const Candidate& candidate, Verdict verdict, BackupOu
             unrested.settled(candidate.project);
         }
     });
+    // Where the dates of files and folders are coarse, they do not tell of it.
+    list_.forgetVersions(candidate.folderName);
     if (outcome == BackupOutcome::unchanged) {
         list_.noteSettled(candidate.folderName, candidate.file);
     }
-    // Where the dates of files and folders are coarse, they do not tell of it.
-    list_.forgetVersions(candidate.folderName);
 }
 
 void BatchRun::refreshCaches(const std::vector<Path>& projectFolders) const {

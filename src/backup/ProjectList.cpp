@@ -216,6 +216,7 @@ void ProjectList::forgetVersions(const std::string& folderName) {
     Known& known = known_[folderName];
     known.versions.reset();
     known.quiet.reset();
+    known.settledProject.reset();
     known.versionsLookedAtIn = 0;
 }
 

@@ -90,7 +90,8 @@ class ProjectList {
     // The number of visible entries of the version folder at the last look; empty when unknown.
     std::optional<long> versionCount(const std::string& folderName);
 
-    // Something in the project's version folder was changed by ourselves.
+    // Something in the project's version folder was changed by ourselves. What the project was
+    // compared with may be gone, so that noteSettled() is forgotten, too.
     void forgetVersions(const std::string& folderName);
 
     // Remembers that the project, as it is now, needs no version although its date is not that of

@@ -177,6 +177,8 @@ void Retention::removeBackup(const Path& version, RemovalType removeType,
     ProjectFolderListing listing(ListedFolder(version.deletingLastPathComponent()));
     if (!listing.versions.entries.contains(version.lastPathComponent())) return;
     versionremoval::removeBackup(listing, version.lastPathComponent(), removeType);
+    const Path project = version.deletingLastPathComponent().deletingLastPathComponent();
+    list_.forgetVersions(project.lastPathComponent());
     if (removeSynced == RemoveSynced::no) return;
     if (retentionRules(Preferences::frontEnd()).removesSynced) removeSyncedFiles_({version});
 }

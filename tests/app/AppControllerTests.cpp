@@ -178,6 +178,19 @@ TEST_F(AppControllerTest, NothingIsRegisteredWhileSettingsCannotBeRead) {
     EXPECT_THAT(lines, Contains(StartsWith("Unable to read the version store: ")).Times(1));
 }
 
+TEST_F(AppControllerTest, AStoreThatCannotBeReadKeepsNobodyBusy) {
+    launch();
+    finishRuns();
+    save(Path("/Work/Cut.fcp"), "two", 1s);
+    reportChange("/Work");
+    fake.faults.refusePath(Path("/Store"), EIO);
+    letTimePass(20s);
+    EXPECT_THAT(loggedLines(), Contains(StartsWith("Unable to read the version store: ")).Times(1));
+    fake.faults.refusePath(Path("/Store"), 0);
+    letTimePass(20s);
+    EXPECT_THAT(allVersions(), ElementsAre("Cut.00001.fcp", "Cut.00002.fcp"));
+}
+
 TEST_F(AppControllerTest, EachConfigurationAddsATimer) {
     launch();
     preferences["backupMinInterval"] = 5;

@@ -274,6 +274,15 @@ TEST_F(BatchRunTest, AFileThatWasBroughtBackIsKeptUnlessItIsInTheStore) {
     engine.processProjects();
     EXPECT_EQ(versionNames("A").size(), 3U);
     EXPECT_EQ(contentOf(versionsOf("A") / "Cut.00003.fcp"), "from elsewhere");
+
+    save(project, "content of Cut.fcp", 5h);
+    fake.clock.advance(10s);
+    engine.processProjects();
+    EXPECT_EQ(versionNames("A").size(), 3U);
+    engine.removeBackup(versionsOf("A") / "Cut.00001.fcp", RemovalType::remove);
+    engine.processProjects();
+    EXPECT_EQ(contentOf(versionsOf("A") / "Cut.00004.fcp"), "content of Cut.fcp")
+        << "the version that had it is gone";
 }
 
 TEST_F(BatchRunTest, WhatCannotBeReadIsLeftOutAndNotTakenForMissing) {
