@@ -7,6 +7,7 @@
 #include "platform/Files.h"
 #include "platform/Platform.h"
 
+#include <algorithm>
 #include <optional>
 
 namespace larkspan {
@@ -29,6 +30,16 @@ int removeIn(const Path& folder, int levelsBelow) {
     return removed;
 }
 
+// The folders of projects whose settings were not written yet when they were being registered.
+int removeUnfinishedProjects(const Path& store) {
+    const auto entries = files().contentsOfFolder(store);
+    if (!entries) return 0;
+    return static_cast<int>(std::ranges::count_if(*entries, [&](const auto& entry) {
+        const bool isFolder = entry.kind == platform::EntryKind::folder;
+        return isFolder && !files().removeEmptyFolder(store / entry.name);
+    }));
+}
+
 }  // namespace
 
 void removeLeavings() {
@@ -43,7 +54,9 @@ void removeLeavings() {
     if (const auto support = ZBLocalPaths::appSupportDirectory(UserDomain::yes)) {
         remove(*support / "Corvane/Larkspan", belowOurs);
     }
-    remove(storelayout::storeRoot(Preferences::frontEnd()), belowProjects);
+    if (const auto store = storelayout::storeRoot(Preferences::frontEnd())) {
+        removed += removeIn(*store, belowProjects) + removeUnfinishedProjects(*store);
+    }
     if (removed > 0) ZBLog::appendLog("Removed %i items that interrupted work left.", removed);
 }
 

@@ -49,9 +49,17 @@ ZBProject ZBProject::projectWithPath(const Path& path, const std::optional<Value
         project.sequences = sequences;
     }
     project.updateFriendlyName();
-    project.updateLocalization();
     const auto folder = project.destinationPath();
-    if (folder && !files().exists(*folder / storelayout::settingsName)) project.saveSettings();
+    if (!folder) return project;
+    // The settings come first: with them the folder is a project's, and without them none.
+    const Path settings = *folder / storelayout::settingsName;
+    ensureFolder(*folder);
+    if (!files().exists(settings)) project.saveSettings();
+    if (files().exists(settings)) {
+        project.updateLocalization();
+    } else {
+        (void)files().removeEmptyFolder(*folder);
+    }
     return project;
 }
 

@@ -3,6 +3,7 @@
 #include "backup/BackupRules.h"
 #include "backup/StoreLayout.h"
 #include "backup/UnchangedSave.h"
+#include "foundation/Text.h"
 #include "kit/Identifiers.h"
 #include "kit/Preferences.h"
 #include "kit/Problems.h"
@@ -59,8 +60,15 @@ struct BatchRun::Candidate {
 
     Path versions() const { return folder / storelayout::versionsName; }
     Newness newness() const {
-        return newest ? larkspan::newness(file.modificationDate, newest->modificationDate)
-                      : Newness::newer;
+        if (!newest) return Newness::newer;
+        const Newness byDate = larkspan::newness(file.modificationDate, newest->modificationDate);
+        return byDate == Newness::same && hasOtherSize() ? Newness::newer : byDate;
+    }
+    // Than the newest version, if that is a copy and no rendition. docs/behaviour.md, own 30
+    bool hasOtherSize() const {
+        const bool isCopy = caseInsensitiveCompare(Path(newest->name).pathExtension(),
+                                                   project.pathExtension()) == 0;
+        return file.isFile() && isCopy && newest->size != file.size;
     }
 };
 

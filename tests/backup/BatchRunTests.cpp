@@ -58,7 +58,7 @@ TEST_F(BatchRunTest, NoticesEveryChangeOfTheStoreBetweenRuns) {
 
 TEST_F(BatchRunTest, TakesVersionsOfWhatIsNewer) {
     const Path first = addProject("A", "Cut.fcp");
-    addProject("B", "Same.fcp", 1h);
+    save(addProject("B", "Same.fcp", 1h), "version", 1h);
     addVersion("B", "Same.00004.fcp", 1h);
     addProject("C", "Newer.fcp", 30min);
     addVersion("C", "Newer.00012.fcp", 1h);
@@ -218,6 +218,15 @@ TEST_F(BatchRunTest, ASaveThatChangedNothingMakesNoVersion) {
     engine.processProjects();
     EXPECT_EQ(versionNames("A").size(), 2U) << "other bytes of the same size";
     EXPECT_EQ(versionNames("B").size(), 2U);
+}
+
+TEST_F(BatchRunTest, AnotherSizeIsAChangeWhateverTheDates) {
+    const Path project = addProject("A", "Cut.fcp", 2h);
+    engine.processProjects();
+    save(project, "more of the same write", 2h);
+    engine.processProjects();
+    engine.processProjects();
+    EXPECT_THAT(versionNames("A"), ElementsAre("Cut.00001.fcp", "Cut.00002.fcp"));
 }
 
 TEST_F(BatchRunTest, AnUnchangedSaveDatesTheRenditionToo) {

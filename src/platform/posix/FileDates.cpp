@@ -2,6 +2,7 @@
 
 #include "platform/posix/FileFacts.h"
 
+#include <cerrno>
 #include <tuple>
 
 namespace larkspan::platform {
@@ -38,13 +39,11 @@ timespec roundedUp(const timespec& time, nanoseconds step) {
 
 int setDatesRoundedUp(const FileCalls& calls, int folder, const char* name,
                       const std::array<timespec, 2>& times) {
-    const auto isKept = [&] {
-        const auto status = name ? statusAt(folder, name, 0) : statusOf(folder);
-        return !status || !isEarlier(status->st_mtim, times[1]);
-    };
     if (const int failed = calls.setDates(folder, name, times)) return failed;
     for (const nanoseconds step : usualSteps) {
-        if (isKept()) break;
+        const auto status = name ? statusAt(folder, name, 0) : statusOf(folder);
+        if (!status) return errno;
+        if (!isEarlier(status->st_mtim, times[1])) break;
         if (const int failed =
                 calls.setDates(folder, name, {times[0], roundedUp(times[1], step)})) {
             return failed;
