@@ -34,6 +34,9 @@ class Programs {
         variables_[name] = value;
     }
 
+    // Leaves the folder where it is at the end, for somebody to look at.
+    void keepFolder() { folder_.keep(); }
+
     const Path& home() const { return home_; }
     const Path& work() const { return work_; }  // a folder for projects
     Path temporary() const { return folder_.path() / "tmp"; }

@@ -13,9 +13,12 @@ class TemporaryFolder {
     ~TemporaryFolder();
 
     const Path& path() const { return path_; }
+    // It stays at the end.
+    void keep() { stays_ = true; }
 
   private:
     Path path_;
+    bool stays_ = false;
 };
 
 }  // namespace larkspan::testing
