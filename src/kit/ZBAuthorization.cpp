@@ -8,6 +8,7 @@
 #include "platform/Files.h"
 #include "platform/Platform.h"
 #include "platform/Privileges.h"
+#include "platform/Trash.h"
 
 #include <system_error>
 #include <utility>
@@ -16,7 +17,6 @@ namespace larkspan {
 namespace {
 
 constexpr Seconds afterCreating = std::chrono::microseconds(500);
-constexpr size_t mostNamesRemembered = 1000;
 
 std::mutex instanceMutex;
 std::unique_ptr<ZBAuthorization> instance;
@@ -50,6 +50,20 @@ std::vector<Path> entriesOf(const Path& folder) {
     if (!entries) return paths;
     for (const auto& entry : *entries) paths.push_back(folder / entry.name);
     return paths;
+}
+
+// The names that an item may get in the Trash: its own, then with the date. With a dot at the end
+// of a name without extension, on purpose: the names in the Trash have always been so.
+std::function<std::string(int)> trashNames(const Path& path) {
+    const Path name(path.lastPathComponent());
+    const std::string date = dateDigits(current().clock.now());
+    return [name, date](int number) {
+        if (number == 1) return name.str();
+        constexpr int firstDated = 2;
+        const std::string dated =
+            number == firstDated ? date : messageText("%@-%i", date, number - 1);
+        return messageText("%@_%@.%@", name.deletingPathExtension(), dated, name.pathExtension());
+    };
 }
 
 // Whether both ends of a move or copy can be handed to a tool.
@@ -205,44 +219,25 @@ bool ZBAuthorization::authRemoveFile(const Path& path) {
     return isPlain(path) && authExecTask(Path("/bin/rm"), {"-Rdf", path.str()}) == 0;
 }
 
-std::optional<Path> ZBAuthorization::trashTarget(const Path& path) {
-    std::optional<Path> trash = ZBLocalPaths::trashDirectory();
-    if (isRoot() && userDirectory_) {
-        trash = *userDirectory_ / current().places.trashFolderInHome();
-    }
-    if (!trash) return std::nullopt;
-    const Path plain = *trash / path.lastPathComponent();
-    return trashNamesGivenOut_.with([&](std::set<Path>& givenOut) {
-        if (givenOut.size() >= mostNamesRemembered) givenOut.clear();
-        const auto isFree = [&](const Path& name) {
-            return !isTaken(name) && !givenOut.contains(name);
-        };
-        Path target = plain;
-        // With a dot at the end of a name without extension, on purpose: the names in the Trash
-        // have always been so.
-        const std::string extension = path.pathExtension();
-        const std::string date = dateDigits(current().clock.now());
-        for (int again = 1; !isFree(target); ++again) {
-            const std::string dated = again == 1 ? date : messageText("%@-%i", date, again);
-            target = Path(messageText("%@_%@.%@", plain.deletingPathExtension(), dated, extension));
-        }
-        givenOut.insert(target);
-        return target;
-    });
-}
-
 bool ZBAuthorization::authTrashFile(const Path& path, DeleteOnRootAccount deleteOnRootAccount) {
     if (ZBLocalPaths::leadsToSystemDirectory(path)) {
         reportToConsole("Unable to trash path %@ because it is a system directory.", path);
         return false;
     }
     if (!isPlain(path)) return false;
-    const std::optional<Path> target = trashTarget(path);
-    if (!target) return false;
+    if (!isTaken(path)) return false;
+    const auto target = current().trash.reserve(path, trashNames(path));
+    if (!target) {
+        reportToConsole("Unable to trash path %@: %@", path, target.error().description);
+        return false;
+    }
     const bool deletes = deleteOnRootAccount == DeleteOnRootAccount::yes;
     // The target, not the item, on purpose: nothing is there, so that the item stays.
-    if (isRoot() && !userDirectory_ && deletes) return authRemoveFile(*target);
-    return authMoveFile(path, *target);
+    const bool started = isRoot() && !userDirectory_ && deletes
+                             ? authRemoveFile(*target)
+                             : runTool("/bin/mv", {"-n", path.str(), target->str()});
+    if (!started) current().trash.giveUp(*target);
+    return started;
 }
 
 bool ZBAuthorization::authTrashFolderContents(const Path& path,

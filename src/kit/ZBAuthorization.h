@@ -9,7 +9,6 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -100,7 +99,6 @@ class ZBAuthorization {
     void askApart();
     void ask(platform::Privileges& privileges);
     [[nodiscard]] bool runTool(const char* tool, const std::vector<std::string>& parameters);
-    std::optional<Path> trashTarget(const Path& path);
 
     const bool hasGUI_;
     std::optional<Path> userDirectory_;  // only when not root at the start
@@ -110,8 +108,6 @@ class ZBAuthorization {
     std::atomic<bool> discarded_{false};
     std::thread questioner_;
     Guarded<std::shared_ptr<platform::Authorization>> authRef_;
-    // Names in the Trash given out: a move there may still be under way when the next comes.
-    Guarded<std::set<Path>> trashNamesGivenOut_;
 };
 
 }  // namespace larkspan

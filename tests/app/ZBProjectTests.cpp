@@ -93,6 +93,13 @@ TEST_F(ZBProjectTest, TriesAgainAfterAFailure) {
     EXPECT_TRUE(fake.files.exists(folderOf("ID") / "Settings.plist"));
 }
 
+TEST_F(ZBProjectTest, AFolderWithoutSettingsGoes) {
+    fake.faults.refusePath(folderOf("ID") / "Settings.plist", ENOSPC);
+    (void)ZBProject::projectWithPath(Path("/Work/Cut.fcp"), std::nullopt, ProjectID{"ID"});
+    EXPECT_TRUE(fake.files.exists(Path("/Store")));
+    EXPECT_FALSE(fake.files.exists(folderOf("ID")));
+}
+
 TEST_F(ZBProjectTest, ComparesByName) {
     ZBProject a;
     a.friendlyName = "alpha";

@@ -69,7 +69,7 @@ TEST_F(ZBAuthorizationTest, RunsTheToolsWithTheirArgumentsAndAsksOnce) {
             PrivilegedRun{Path("/bin/mv"), {"-f", "/W/notes.txt", "/W/b;$(c)"}},
             PrivilegedRun{Path("/bin/cp"), {"-f", "-p", "-R", "/W/notes.txt", "/W/c"}},
             PrivilegedRun{Path("/bin/mkdir"), {"-p", "/W/d e/f"}},
-            PrivilegedRun{Path("/bin/mv"), {"-f", "/W/notes.txt", (trash / "notes.txt").str()}}));
+            PrivilegedRun{Path("/bin/mv"), {"-n", "/W/notes.txt", (trash / "notes.txt").str()}}));
     EXPECT_EQ(fake.privileges.timesAsked(), 1);
     EXPECT_THAT(launched(), IsEmpty());
     shared().authEnd();
@@ -113,6 +113,13 @@ TEST_F(ZBAuthorizationTest, NamesTakenInTheTrashGetTheDate) {
                 MatchesRegex(".*/notes_[0-9][0-9][0-9][0-9][0-9][0-9][0-9][0-9][0-9][0-9][0-9][0-9]"
                              "[0-9][0-9]\\.txt"));
     EXPECT_THAT(runs[1].arguments.back(), MatchesRegex(".*/plain_[0-9]+\\."));
+}
+
+TEST_F(ZBAuthorizationTest, WhatIsNotMovedKeepsNoNameInTheTrash) {
+    fake.privileges.personAgrees = false;
+    EXPECT_FALSE(shared().authTrashFile(notes));
+    EXPECT_FALSE(shared().authTrashFile(Path("/W/missing")));
+    EXPECT_EQ(*fake.trash.reserve(notes, [](int) { return "notes.txt"; }), trash / "notes.txt");
 }
 
 TEST_F(ZBAuthorizationTest, EveryEntryIsTried) {

@@ -86,6 +86,19 @@ TYPED_TEST(TrashContract, AFailureLeavesTheItemWhereItWas) {
     EXPECT_EQ(this->count(this->contents), 0U);
 }
 
+TYPED_TEST(TrashContract, AReservedNameIsNobodyElses) {
+    const Path item = this->write("Cut.fcp", "content");
+    const auto name = [](int number) { return "Cut" + std::to_string(number) + ".fcp"; };
+    (void)this->write("Cut1.fcp", "other");
+    ASSERT_FALSE(this->scene.trash.recycle(this->scene.folder / "films/Cut1.fcp"));
+    const auto reserved = this->scene.trash.reserve(item, name);
+    ASSERT_TRUE(reserved);
+    EXPECT_EQ(*reserved, this->contents / "Cut2.fcp");
+    EXPECT_EQ(*this->scene.trash.reserve(item, name), this->contents / "Cut3.fcp");
+    this->scene.trash.giveUp(*reserved);
+    EXPECT_EQ(*this->scene.trash.reserve(item, name), this->contents / "Cut2.fcp");
+}
+
 using LinuxTrashTest = TrashContract<LinuxScene>;
 
 TEST_F(LinuxTrashTest, TellsWhereItCameFrom) {
@@ -112,6 +125,33 @@ TEST_F(LinuxTrashTest, GoesByACopyFromAnotherFileSystem) {
     EXPECT_EQ(read(item), "again");
     EXPECT_EQ(read(contents / "Cut.fcp.2"), "again");
     EXPECT_EQ(count(contents.deletingLastPathComponent() / "info"), 2U);
+}
+
+TEST_F(LinuxTrashTest, WhatCannotBeRemovedLeavesNoCopies) {
+    const Path item = write("Cut.fcp", "content");
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        scene.files.refuseCall(FileOperation::access, 1, EACCES);
+        scene.files.refuseCall(FileOperation::moveItem, 1, EXDEV);
+        EXPECT_TRUE(scene.trash.recycle(item)->is(posixErrorDomain, EACCES));
+        scene.files.refuseCall(FileOperation::moveItem, 1, 0);
+    }
+    EXPECT_EQ(count(contents), 0U);
+    EXPECT_EQ(read(item), "content");
+}
+
+TEST_F(LinuxTrashTest, ALongNameIsCutBeforeItsExtension) {
+    constexpr size_t characters = 125;
+    std::string longest;
+    for (size_t i = 0; i < characters; ++i) longest += "\xC3\xA4";
+    const Path item = write(longest + ".fcp", "content");
+    EXPECT_FALSE(scene.trash.recycle(item));
+    const auto entries = scene.files.contentsOfFolder(contents);
+    ASSERT_EQ(entries->size(), 1U);
+    const std::string name = entries->front().name;
+    EXPECT_THAT(name, ::testing::EndsWith("\xC3\xA4.fcp"));
+    EXPECT_THAT(longest + ".fcp", ::testing::StartsWith(Path(name).deletingPathExtension().str()));
+    const Path notes = contents.deletingLastPathComponent() / "info";
+    EXPECT_THAT(read(notes / (name + ".trashinfo")), ::testing::HasSubstr("%A4.fcp\n"));
 }
 
 TEST_F(LinuxTrashTest, ANameWithoutInformationIsTaken) {

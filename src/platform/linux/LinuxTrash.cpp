@@ -30,28 +30,44 @@ std::string informationOf(const Path& item) {
            "\n";
 }
 
-// A name in the Trash that nothing else has. Whoever creates its information file first has it; an
-// item without such a file has its name, too. "" with errno set when there is none to be had.
-std::string takeName(Files& files, const Path& contents, const Path& information,
-                     const std::string& wanted) {
+Path informationFile(const Path& reserved) {
+    const Path trash = reserved.deletingLastPathComponent().deletingLastPathComponent();
+    return trash / "info" / (reserved.lastPathComponent() + ".trashinfo");
+}
+
+// The name, or as much of it as leaves room for what is added to names in the Trash. Its extension
+// stays.
+std::string fitting(const std::string& name) {
+    constexpr size_t longest = NAME_MAX - 25;
+    if (name.size() <= longest) return name;
+    const std::string extension = Path(name).pathExtension();
+    const std::string ending =
+        extension.empty() || extension.size() > longest / 2 ? std::string() : "." + extension;
+    size_t end = longest - ending.size();
+    constexpr unsigned char continuation = 0x80;  // of a character in UTF-8, under the mask 0xC0
+    while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0U) == continuation) --end;
+    return name.substr(0, end) + ending;
+}
+
+// A path in the Trash that nothing else has. Whoever creates its information file first has it; an
+// item without such a file has its name, too.
+Result<Path> takeName(Files& files, const Path& contents, const Path& item,
+                      const std::function<std::string(int)>& nameForTry) {
     constexpr int mostTries = 10'000;
+    const std::string doing = "moving " + item.str() + " to the Trash";
     for (int number = 1; number < mostTries; ++number) {
-        std::string name = number == 1 ? wanted : wanted + "." + std::to_string(number);
-        const Path file = information / (name + ".trashinfo");
+        Path reserved = contents / nameForTry(number);
+        const Path file = informationFile(reserved);
         if (!openAt(AT_FDCWD, systemName(file), O_WRONLY | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR)) {
-            if (errno != EEXIST) return {};
+            if (errno != EEXIST) return posixError(errno, doing);
             continue;
         }
-        const auto there = files.linkInfo(contents / name);
-        if (!there && isMissing(there.error())) return name;
+        const auto there = files.linkInfo(reserved);
+        if (!there && isMissing(there.error())) return reserved;
         (void)files.removeItem(file);
-        if (!there) {
-            errno = static_cast<int>(there.error().code);
-            return {};
-        }
+        if (!there) return there.error();
     }
-    errno = EEXIST;
-    return {};
+    return posixError(EEXIST, doing);
 }
 
 // Makes a link that leads where another one does. 0 or an errno value.
@@ -121,25 +137,41 @@ Path LinuxTrash::homeTrash() {
     return places_.homeDirectory() / places_.trashFolderInHome();
 }
 
-std::optional<Error> LinuxTrash::moveToHomeTrash(const Path& item) {
+Result<Path> LinuxTrash::reserve(const Path& item,
+                                 const std::function<std::string(int)>& nameForTry) {
     const Path contents = homeTrash();
     const Path trash = contents.deletingLastPathComponent();
-    const Path information = trash / "info";
-    for (const Path& folder : {trash, contents, information}) {
-        if (auto error = createPrivateFolder(files_, folder)) return error;
+    for (const Path& folder : {trash, contents, trash / "info"}) {
+        if (auto error = createPrivateFolder(files_, folder)) return *error;
     }
-    const std::string name = takeName(files_, contents, information, item.lastPathComponent());
-    if (name.empty()) return posixError(errno, "moving " + item.str() + " to the Trash");
-    const Path note = information / (name + ".trashinfo");
-    auto error = files_.writeFileAtomically(note, informationOf(item));
-    if (!error) error = files_.moveItem(item, contents / name);
+    auto reserved = takeName(files_, contents, item, nameForTry);
+    if (!reserved) return reserved;
+    if (auto error = files_.writeFileAtomically(informationFile(*reserved), informationOf(item))) {
+        giveUp(*reserved);
+        return *error;
+    }
+    return reserved;
+}
+
+void LinuxTrash::giveUp(const Path& reserved) {
+    (void)files_.removeItem(informationFile(reserved));
+}
+
+std::optional<Error> LinuxTrash::moveToHomeTrash(const Path& item) {
+    // Otherwise every try would leave one more copy there.
+    if (!files_.isDeletable(item)) return posixError(EACCES, "removing " + item.str());
+    const std::string name = fitting(item.lastPathComponent());
+    const auto reserved = reserve(
+        item, [&](int number) { return number == 1 ? name : name + "." + std::to_string(number); });
+    if (!reserved) return reserved.error();
+    auto error = files_.moveItem(item, *reserved);
     if (error && error->is(posixErrorDomain, EXDEV)) {
-        error = copyThere(files_, item, contents / name);
+        error = copyThere(files_, item, *reserved);
         // The copy is whole, and what is left of the item may not be: it stays
         // (docs/behaviour.md, own 7).
         if (!error) return files_.removeItem(item);
     }
-    if (error) (void)files_.removeItem(note);
+    if (error) giveUp(*reserved);
     return error;
 }
 

@@ -14,6 +14,9 @@ class LinuxTrash final : public Trash {
     LinuxTrash(Files& files, StandardPlaces& places) : files_(files), places_(places) {}
 
     std::optional<Error> recycle(const Path& item) override;
+    Result<Path> reserve(const Path& item,
+                         const std::function<std::string(int)>& nameForTry) override;
+    void giveUp(const Path& reserved) override;
 
   private:
     Path homeTrash();
