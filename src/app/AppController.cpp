@@ -109,8 +109,7 @@ void AppController::endOtherInstances() {
     }
 }
 
-void AppController::vendConnection() {
-    commands_.setDelegate(this);
+platform::ServedObject AppController::servedObject() {
     platform::ServedObject object = commands_.servedObject();
     object.properties = {
         {"processID", [] { return Value(current().applications.currentProcessID()); }},
@@ -125,14 +124,24 @@ void AppController::vendConnection() {
         {projectsBeingWrittenProperty,
          [this] { return Value(backupController_->projectsBeingWritten()); }},
     };
-    auto service = current().connections.serve(helperConnectionName, std::move(object));
+    return object;
+}
+
+void AppController::vendConnection() {
+    commands_.setDelegate(this);
+    auto service = current().connections.serve(helperConnectionName, servedObject());
     if (service) {
         connection_ = std::move(*service);
-    } else {
-        // The helper runs on without the front-end's commands.
-        logProblem("Unable to serve the connection %@: %@", helperConnectionName,
-                   service.error().description);
+        connectionTimer_.reset();
+        return;
     }
+    if (connectionTimer_) return;
+    // The helper runs on without the front-end's commands, and tries again: a disk may be full.
+    logProblem("Unable to serve the connection %@: %@", helperConnectionName,
+               service.error().description);
+    constexpr std::chrono::seconds betweenTries{10};
+    connectionTimer_ =
+        current().mainThread.scheduleRepeating(betweenTries, [this] { vendConnection(); });
 }
 
 void AppController::observeWorkspace() {

@@ -69,6 +69,7 @@ class AppController final : public FileSystemEventsDelegate, public ZBXPCControl
 
   private:
     static void endOtherInstances();
+    platform::ServedObject servedObject();
     void vendConnection();
     void observeWorkspace();
     void sessionEvent(platform::SessionEvent event);
@@ -78,6 +79,7 @@ class AppController final : public FileSystemEventsDelegate, public ZBXPCControl
     std::unique_ptr<ZBLarkspanBackup> backupController_;
     ZBXPCController commands_;
     std::unique_ptr<platform::Connections::Service> connection_;
+    std::unique_ptr<platform::MainThread::Timer> connectionTimer_;  // while it cannot be served
     std::unique_ptr<platform::SessionEvents::Observation> sessionObserver_;
     std::unique_ptr<platform::Volumes::Observation> mountObserver_;
     std::unique_ptr<platform::Applications::Observation> terminationObserver_;

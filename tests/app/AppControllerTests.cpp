@@ -248,14 +248,19 @@ TEST_F(AppControllerTest, EndsOlderInstancesOnly) {
     EXPECT_THAT(lines, Contains("Force quitting helper: 1").Times(1));
 }
 
-TEST_F(AppControllerTest, RunsWithoutAConnection) {
+TEST_F(AppControllerTest, RunsWithoutAConnectionUntilThereIsOne) {
     platform::FakeConnections other(fake.mainThread, fake.connections);
-    const auto served = other.serve("LarkspanHelper", {});
+    auto served = other.serve("LarkspanHelper", {});
     ASSERT_TRUE(served);
     launch();
     finishRuns();
     EXPECT_FALSE(controller().hasConnection());
     EXPECT_EQ(controller().backupController().projects().size(), 1U);
+    fake.mainThread.advance(10s);
+    EXPECT_FALSE(controller().hasConnection());
+    served->reset();
+    fake.mainThread.advance(10s);
+    EXPECT_TRUE(controller().hasConnection());
 }
 
 TEST_F(AppControllerTest, AnswersWorkspaceEvents) {

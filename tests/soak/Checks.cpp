@@ -53,7 +53,8 @@ Complaints foreignVersions(const Model& model, const Store& store, const Seen& s
     Complaints complaints;
     for (const StoredProject& stored : store) {
         const auto known = model.projects().find(stored.project);
-        if (known == model.projects().end()) continue;  // told as no project
+        // What is none is told as such.
+        if (known == model.projects().end() || known->second.restless) continue;
         for (const StoredVersion& version : stored.versions) {
             if (seen.contains(version.file)) continue;
             if (!hasState(known->second, version.digest, passingStatesToo)) {
@@ -114,7 +115,7 @@ Complaints losses(const Seen& seen, const Store& store, std::optional<long> limi
     return complaints;
 }
 
-Complaints earlyDates(const Model& model, const Store& store) {
+Complaints earlyDates(const Model& model, const Store& store, const Seen& seen) {
     Complaints complaints;
     for (const StoredProject& stored : store) {
         const auto known = model.projects().find(stored.project);
@@ -123,8 +124,9 @@ Complaints earlyDates(const Model& model, const Store& store) {
         std::error_code error;
         const auto date = fs::last_write_time(stored.project, error);
         if (error || !newest || newest->digest != known->second.states.back().digest) continue;
-        if (newest->date < date) {
-            complaints.push_back(newest->file.string() + " has a date before its project's");
+        if (newest->date < date && !seen.contains(newest->file)) {
+            complaints.push_back(newest->file.string() + " of " + stored.project.string() +
+                                 " has a date before its project's");
         }
     }
     return complaints;

@@ -26,8 +26,8 @@ Complaints doubles(const Model& model, const Store& store, const Seen& seen, boo
 // Versions that went or became others. With a limit only the oldest of a project may go, and as
 // many as the limit stay.
 Complaints losses(const Seen& seen, const Store& store, std::optional<long> limit);
-// Versions with dates earlier than that of the project of the same content.
-Complaints earlyDates(const Model& model, const Store& store);
+// New versions with dates earlier than that of the project of the same content.
+Complaints earlyDates(const Model& model, const Store& store, const Seen& seen);
 // Hidden items that the program makes while it writes, and folders of the store without a project.
 Complaints leavings(const std::vector<std::filesystem::path>& folders, const Store& store);
 

@@ -33,7 +33,7 @@ void HelperUnderTest::waitUntilItAnswers() {
         },
         patience);
     if (!answers) {
-        throw std::runtime_error("the helper does not answer: " + status.output + status.error);
+        throw std::runtime_error("the helper does not answer: " + status.error);
     }
 }
 

@@ -29,6 +29,7 @@ struct ModelProject {
     bool exists = false;
     // Its date went back, so that dates do not tell which version is the newest state's.
     bool isBackDated = false;
+    bool restless = false;            // its states are not known here
     std::deque<std::string> history;  // what was done to it last
 };
 
@@ -45,6 +46,8 @@ class Model {
     // A project, or all those in a folder.
     void moves(const std::filesystem::path& from, const std::filesystem::path& to);
     void dateGoesBack(const std::filesystem::path& project);
+    // A project whose states somebody else knows.
+    void isRestless(const std::filesystem::path& project) { projects_[project].restless = true; }
     // What happened to all of them.
     void happens(const std::string& event);
 

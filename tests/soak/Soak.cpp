@@ -31,6 +31,7 @@ Soak::Soak(const Options& options)
       dice_(options.seed),
       hasLimit_(!options.without.contains("limit") && dice_.chance(30)),
       editor_(dice_, model_, programs_.work().str(), !hasLimit_),
+      restless_(fs::path(programs_.work().str()) / "restless.prproj"),
       helper_(programs_),
       reading_(programs_.store().str()) {
     programs_.setVariable("LD_PRELOAD", Faults::library());
@@ -67,6 +68,7 @@ std::vector<Soak::Round> Soak::rounds() {
                                   helper_.stopFor(milliseconds(dice_.between(10, 1500)));
                                   ++counts_["stops"];
                               })},
+        {.kind = "restless", .begin = [this] { restless_.start(); }},
         {.kind = "error",
          .begin =
              [this, &control] {
@@ -74,26 +76,23 @@ std::vector<Soak::Round> Soak::rounds() {
                  control.failingPerMille = dice_.of(std::vector{2, 20, 200, 1000});
                  model_.happens("calls fail");
              },
-         .needsScan = true},
+         .callsFail = true},
         {.kind = "full",
          .begin =
              [this, &control] {
                  control.room = dice_.of(std::vector{0, 1000, 50'000, 2'000'000});
                  model_.happens("disk full");
              },
-         .needsScan = true},
+         .callsFail = true},
     };
     if (!hasLimit_) {
         rounds.push_back(
-            {.kind = "clock",
-             .begin =
-                 [this, &control] {
-                     const int leap = dice_.of(std::vector{5, 60, 3600, 80'000});
-                     control.clockOffset = dice_.chance(30) ? 0 : dice_.chance(50) ? leap : -leap;
-                     clockLeapt_ = true;
-                     model_.happens("clock leaps");
-                 },
-             .needsScan = true});
+            {.kind = "clock", .begin = [this, &control] {
+                 const int leap = dice_.of(std::vector{5, 60, 3600, 80'000});
+                 control.clockOffset = dice_.chance(30) ? 0 : dice_.chance(50) ? leap : -leap;
+                 clockLeapt_ = true;
+                 model_.happens("clock leaps");
+             }});
         rounds.push_back({.kind = "coarse", .begin = [this, &control] {
                               control.storeDateStep = dice_.between(0, 2);
                               model_.happens("dates of the store change their step");
@@ -121,11 +120,30 @@ void Soak::run() {
     const auto added = programs_.larkspan({"watch", "add", programs_.work().str()});
     if (added.status != 0) throw std::runtime_error("watch add: " + added.error);
     if (hasLimit_) limitVersions();
+    model_.isRestless(restless_.path());
     helper_.start();
     helper_.waitUntilItAnswers();
     const std::vector<Round> all = rounds();
-    while (std::chrono::steady_clock::now() < end) play(dice_.of(all));
+    while (std::chrono::steady_clock::now() < end) play(choose(all));
     finish();
+}
+
+Soak::Round Soak::choose(const std::vector<Round>& rounds) {
+    const Round& one = dice_.of(rounds);
+    const Round& other = dice_.of(rounds);
+    if (one.kind == other.kind || !dice_.chance(40)) return one;
+    return {.kind = one.kind + " and " + other.kind,
+            .begin =
+                [&one, &other] {
+                    one.begin();
+                    other.begin();
+                },
+            .disturb =
+                [&one, &other] {
+                    one.disturb();
+                    other.disturb();
+                },
+            .callsFail = one.callsFail || other.callsFail};
 }
 
 void Soak::play(const Round& round) {
@@ -150,7 +168,10 @@ void Soak::play(const Round& round) {
 void Soak::settle(const Round& round) {
     faults_.endFailures();
     helper_.waitUntilItAnswers();
-    if (round.needsScan) helper_.scan();
+    if (round.callsFail) {
+        restless_.rest();
+        helper_.scan();
+    }
     Complaints missing;
     const bool inTime = testing::waitFor(
         [&] {
@@ -160,7 +181,8 @@ void Soak::settle(const Round& round) {
         },
         patience);
     if (!inTime) expectNone(missing);
-    check(round.kind == "error");
+    restless_.rest();
+    check(round.callsFail);
 }
 
 void Soak::check(bool someUnread) {
@@ -169,9 +191,11 @@ void Soak::check(bool someUnread) {
     const Store store = reading_.read();
     const auto limit = hasLimit_ ? std::optional(versionLimit) : std::nullopt;
     expectNone(foreignVersions(model_, store, seen_, clockLeapt_));
+    expectNone(restless_.foreignVersions(store));
     expectNone(doubles(model_, store, seen_, someUnread));
     expectNone(losses(seen_, store, limit));
-    expectNone(earlyDates(model_, store));
+    // An old version gets the date of an unchanged save where that can be.
+    if (!someUnread) expectNone(earlyDates(model_, store, seen_));
     expectNone(missingStates(model_, store));
     seen_ = seenIn(store);
     ++counts_["checks"];

@@ -5,6 +5,7 @@
 #include "soak/Editor.h"
 #include "soak/Faults.h"
 #include "soak/HelperUnderTest.h"
+#include "soak/RestlessProject.h"
 
 #include <set>
 
@@ -35,11 +36,13 @@ class Soak {
         std::string kind;
         std::function<void()> begin = [] {};    // before the editor acts
         std::function<void()> disturb = [] {};  // now and then between the acts
-        bool needsScan = false;                 // failures may have hidden events
+        bool callsFail = false;                 // so that events may have gone unseen
     };
 
     void limitVersions();
     std::vector<Round> rounds();
+    // One of them, or two at once.
+    Round choose(const std::vector<Round>& rounds);
     void play(const Round& round);
     void settle(const Round& round);
     void check(bool someUnread);
@@ -54,6 +57,7 @@ class Soak {
     bool hasLimit_;
     Model model_;
     Editor editor_;
+    RestlessProject restless_;
     HelperUnderTest helper_;
     StoreReading reading_;
     Seen seen_;

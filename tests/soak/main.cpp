@@ -11,7 +11,7 @@ namespace {
 
 constexpr const char* usage =
     "Usage: larkspan_soak [SECONDS] [--seed NUMBER] [--without KIND]...\n"
-    "KIND: burst, kill, second, stop, error, full, clock, coarse, limit\n";
+    "KIND: burst, kill, second, stop, restless, error, full, clock, coarse, limit\n";
 
 larkspan::soak::Options optionsFrom(int count, char** texts) {
     larkspan::soak::Options options{.seed = std::random_device()(), .without = {}};
