@@ -25,10 +25,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string numbered(const char* format, int number) {
-    std::array<char, 64> text{};
-    return {text.data(),
-            static_cast<size_t>(std::snprintf(text.data(), text.size(), format, number))};
+std::string digits(int number, size_t width) {
+    const std::string text = std::to_string(number);
+    return std::string(width - std::min(width, text.size()), '0') + text;
 }
 
 void write(const fs::path& file, const std::string& content, fs::file_time_type date) {
@@ -40,8 +39,8 @@ int make(const fs::path& store, const fs::path& work, int projects, int versions
     const auto old = fs::file_time_type::clock::now() - std::chrono::hours(1);
     fs::create_directories(work);
     for (int i = 0; i < projects; ++i) {
-        const fs::path project = work / numbered("Cut%d.prproj", i);
-        const fs::path folder = store / numbered("%08d-0000-4000-8000-000000000000.localized", i);
+        const fs::path project = work / ("Cut" + std::to_string(i) + ".prproj");
+        const fs::path folder = store / (digits(i, 8) + "-0000-4000-8000-000000000000.localized");
         fs::create_directories(folder / "Versions");
         write(project, "content", old);
         write(folder / "Settings.plist",
@@ -50,7 +49,8 @@ int make(const fs::path& store, const fs::path& work, int projects, int versions
                   project.string() + "</string></dict></plist>\n",
               old);
         for (int version = 1; version <= versions; ++version) {
-            const std::string name = numbered("Cut%d", i) + numbered(".%05d.prproj", version);
+            const std::string name =
+                "Cut" + std::to_string(i) + "." + digits(version, 5) + ".prproj";
             write(folder / "Versions" / name, "content",
                   old - std::chrono::minutes(versions - version));
         }

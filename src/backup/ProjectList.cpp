@@ -49,13 +49,15 @@ Result<ProjectListing> ProjectList::list(const Path& root, Look look) {
     if (!store) return store.error();
     if (root != root_) {
         known_.clear();
+        names_.clear();
         rootFolder_.reset();
     }
     root_ = root;
     if (auto error = listStore(**store, look)) return *error;
     listing.store = std::move(*store);
-    listing.projects.reserve(known_.size());
-    for (const auto& [name, known] : known_) {
+    listing.projects.reserve(names_.size());
+    for (const std::string& name : names_) {
+        const Known& known = known_[name];
         if (!known.isUnreadable) {
             if (known.entry) listing.projects.push_back(*known.entry);
         } else if (known.entry) {
@@ -77,10 +79,12 @@ std::optional<Error> ProjectList::listStore(platform::Folder& store, Look look) 
     });
     if (!entries) return entries.error();
     bool isReadable = true;
+    names_.clear();
     for (const platform::DirectoryEntry& entry : *entries) {
         Known& known = known_[entry.name];
         known.metIn = listings_;
         readSettings(store, entry.name, known);
+        names_.push_back(entry.name);
         isReadable = isReadable && !known.isUnreadable;
     }
     std::erase_if(known_, [this](const auto& item) { return item.second.metIn != listings_; });

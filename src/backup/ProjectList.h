@@ -5,18 +5,16 @@
 #include "backup/VersionName.h"
 #include "foundation/Date.h"
 #include "foundation/Path.h"
-#include "foundation/Text.h"
 #include "foundation/Value.h"
 #include "platform/Clock.h"
 #include "platform/Files.h"
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
-#include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -105,9 +103,6 @@ class ProjectList {
         platform::FileInfo info;
         bool settled = false;  // old enough to be trusted
     };
-    struct ListingOrder {
-        bool operator()(std::string_view a, std::string_view b) const { return listingOrder(a, b); }
-    };
     struct Quiet {
         RetentionRules rules;
         Date until;
@@ -146,7 +141,8 @@ class ProjectList {
     Path root_;  // of what is remembered
     std::optional<Seen> rootFolder_;
     long listings_ = 0;
-    std::map<std::string, Known, ListingOrder> known_;
+    std::unordered_map<std::string, Known> known_;  // by the names of the projects' folders
+    std::vector<std::string> names_;                // of the last listing, in its order
 };
 
 }  // namespace larkspan

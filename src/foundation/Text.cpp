@@ -107,16 +107,17 @@ std::string lowercased(std::string_view text) {
 }
 
 int caseInsensitiveCompare(std::string_view a, std::string_view b) {
-    if (isAscii(a) && isAscii(b)) {
-        const size_t common = std::min(a.size(), b.size());
-        for (size_t i = 0; i < common; ++i) {
-            const auto left = lowerCase(static_cast<unsigned char>(a[i]));
-            const auto right = lowerCase(static_cast<unsigned char>(b[i]));
-            if (left != right) return left < right ? -1 : 1;
+    const size_t common = std::min(a.size(), b.size());
+    for (size_t i = 0; i < common; ++i) {
+        // A character beyond ASCII takes part as a whole; what stands before it is equal.
+        if (!isAscii(a.substr(i, 1)) || !isAscii(b.substr(i, 1))) {
+            return lowercased(a.substr(i)).compare(lowercased(b.substr(i)));
         }
-        return a.size() == b.size() ? 0 : a.size() < b.size() ? -1 : 1;
+        const auto left = lowerCase(static_cast<unsigned char>(a[i]));
+        const auto right = lowerCase(static_cast<unsigned char>(b[i]));
+        if (left != right) return left < right ? -1 : 1;
     }
-    return lowercased(a).compare(lowercased(b));
+    return a.size() == b.size() ? 0 : a.size() < b.size() ? -1 : 1;
 }
 
 bool listingOrder(std::string_view a, std::string_view b) {
