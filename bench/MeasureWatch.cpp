@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace larkspan::bench {
@@ -13,7 +14,9 @@ int measureWatch(const std::vector<std::string>& arguments) {
     // The latency that the helper watches with.
     constexpr Seconds latency = std::chrono::seconds(1);
     platform::LinuxMainThread mainThread;
-    platform::LinuxFileEvents fileEvents(mainThread);
+    platform::FileEventsOptions options;
+    options.startWait = std::chrono::hours(1);
+    platform::LinuxFileEvents fileEvents(mainThread, std::move(options));
     const auto stream = fileEvents.start({Path(arguments[0])}, latency,
                                          [](const std::vector<platform::FileEvent>& events) {
                                              std::string lines;

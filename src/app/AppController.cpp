@@ -263,8 +263,10 @@ std::vector<Path> AppController::knownProjectPaths() {
 Value AppController::watchedFolders() const {
     Value::Array folders;
     for (const platform::WatchedRoot& root : ZBFSEvents::sharedController().watchedRoots()) {
-        folders.emplace_back(Value::Dictionary{
-            {"folder", root.path.str()}, {"watched", root.watched}, {"problem", root.problem}});
+        folders.emplace_back(Value::Dictionary{{"folder", root.path.str()},
+                                               {"watched", root.watched},
+                                               {"problem", root.problem},
+                                               {"notice", root.notice}});
     }
     return folders;
 }

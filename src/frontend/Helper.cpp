@@ -26,7 +26,7 @@ std::vector<WatchedFolder> watchedFolders(const Value& value) {
     for (const Value& entry : *value.array()) {
         const Value* watched = entry.find("watched");
         folders.push_back({Path(textOf(entry, "folder")), watched && watched->booleanValue(),
-                           textOf(entry, "problem")});
+                           textOf(entry, "problem"), textOf(entry, "notice")});
     }
     return folders;
 }

@@ -19,6 +19,7 @@ struct WatchedFolder {
     Path folder;
     bool watched = false;
     std::string problem;
+    std::string notice;
 
     friend bool operator==(const WatchedFolder&, const WatchedFolder&) = default;
 };

@@ -110,8 +110,9 @@ void LiveRun::tellFacts(const HelperFacts& facts) {
         const auto told = std::find(toldFolders_.begin(), toldFolders_.end(), folder);
         if (told != toldFolders_.end()) continue;
         const std::string name = printable(folder.folder.str());
-        const std::string problem = folder.problem.empty() ? "" : ": " + printable(folder.problem);
-        tellLine((folder.watched ? "Watching " : "Not watching ") + name + problem);
+        const std::string& why = folder.problem.empty() ? folder.notice : folder.problem;
+        tellLine((folder.watched ? "Watching " : "Not watching ") + name +
+                 (why.empty() ? "" : ": " + printable(why)));
     }
     toldFolders_ = facts.watchedFolders;
     if (facts.lastProblem && facts.lastProblem != toldProblem_) {

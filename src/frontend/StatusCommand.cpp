@@ -46,6 +46,7 @@ void showFolders(Output& output, const std::vector<FolderStatus>& folders) {
         output.line(heading + printable(folder.folder.str()) + "  " +
                     (isWell ? state : output.styled(Style::bad, state)) + "  " +
                     output.styled(Style::faint, printable(folder.extensions)));
+        if (!folder.notice.empty()) output.line(indent + printable(folder.notice));
         heading = indent;
     }
 }

@@ -116,13 +116,14 @@ void addStore(StatusReport& report, const Preferences& preferences) {
 }  // namespace
 
 FolderStatus folderStatus(const WatchFolder& entry, bool exists, const HelperFacts* helper) {
-    FolderStatus status{entry.folder, entry.extensions, exists, Watched::unknown, ""};
+    FolderStatus status{entry.folder, entry.extensions, exists, Watched::unknown, "", ""};
     if (!helper) return status;
     if (isWatchedThroughProjects(entry.folder)) {
         status.watched = Watched::throughProjects;
     } else if (const WatchedFolder* watched = find(*helper, entry.folder)) {
         status.watched = watched->watched ? Watched::yes : Watched::no;
         status.problem = watched->problem;
+        status.notice = watched->notice;
     } else {
         status.watched = Watched::no;
         status.problem = "the helper does not know it yet";

@@ -28,6 +28,7 @@ struct FolderStatus {
     bool exists = false;
     Watched watched = Watched::unknown;  // unknown without a helper
     std::string problem;                 // the helper's words
+    std::string notice;                  // as well
 };
 
 struct LastVersion {

@@ -12,7 +12,8 @@ Value folderValue(const FolderStatus& folder) {
     Value::Dictionary fields{{"folder", folder.folder.str()},
                              {"extensions", folder.extensions},
                              {"exists", folder.exists},
-                             {"problem", folder.problem}};
+                             {"problem", folder.problem},
+                             {"notice", folder.notice}};
     if (folder.watched != Watched::unknown) {
         fields.emplace("watched", folder.watched != Watched::no);
         fields.emplace("throughProjects", folder.watched == Watched::throughProjects);

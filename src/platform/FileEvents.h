@@ -31,6 +31,7 @@ struct WatchedRoot {
     Path path;
     bool watched = false;
     std::string problem;  // when not (or not wholly) watched: why, in words; else empty
+    std::string notice;   // what else a person may want to know of it, a sentence; else empty
 };
 
 // Trees below the roots that are not watched and of which nothing is reported. A root itself is
@@ -55,7 +56,8 @@ class FileEvents {
     // The changed folders of one batch, each at most once, in the order of their first change.
     using Callback = std::function<void(const std::vector<FileEvent>&)>;
 
-    // A running watch. Destroying it on the main thread ends it: no callback begins afterwards.
+    // A running watch. Destroying it on the main thread ends it, also amid a look at a huge tree:
+    // no callback begins afterwards.
     class Stream {
       public:
         virtual ~Stream() = default;
@@ -66,8 +68,11 @@ class FileEvents {
 
     virtual ~FileEvents() = default;
 
-    // Starts watching; main thread only. Returns when all folders that exist are watched, so that
-    // no later change is missed. An empty list gives a stream that reports nothing.
+    // Starts watching; main thread only. Returns when all folders that exist are watched, or after
+    // a tenth of a second: the rest of the first look goes on without the caller. No later change
+    // is missed: each root whose first look ends after the return is reported with
+    // mustScanSubfolders then, and has a notice until then. An empty list gives a stream that
+    // reports nothing.
     //
     // Callbacks come on the main thread. The first change after a quiet period of `latency` is
     // handed on at once; later ones are gathered and handed on together when `latency` has passed

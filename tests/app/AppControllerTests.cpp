@@ -225,10 +225,12 @@ TEST_F(AppControllerTest, ServesItsCommandsAndFacts) {
     EXPECT_EQ((*client)->call("filesBackedUp", 1s), std::nullopt);
     EXPECT_EQ(storeChangesAnnounced(), announced + 1);
     EXPECT_TRUE((*client)->call("quit", 1s));
+    fake.fileEvents.setNotice(Path("/Work"), "A notice.");
     const Value folders = (*client)->property("watchedFolders", 1s).value();
     ASSERT_EQ(folders.array()->size(), 1U);
     EXPECT_EQ(*folders.array()->front().find("folder"), Value("/Work"));
     EXPECT_EQ(*folders.array()->front().find("watched"), Value(true));
+    EXPECT_EQ(*folders.array()->front().find("notice"), Value("A notice."));
     finishRuns();
 }
 

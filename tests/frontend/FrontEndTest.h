@@ -70,9 +70,9 @@ class FrontEndTest : public FakePlatformTest {
         helper = std::move(*service);
     }
     void helperWatches(const std::string& folder, bool watched = true,
-                       const std::string& problem = "") {
-        watchedFolders.emplace_back(
-            Value::Dictionary{{"folder", folder}, {"watched", watched}, {"problem", problem}});
+                       const std::string& problem = "", const std::string& notice = "") {
+        watchedFolders.emplace_back(Value::Dictionary{
+            {"folder", folder}, {"watched", watched}, {"problem", problem}, {"notice", notice}});
     }
 
     void addProject(const std::string& identifier, const std::string& path) {

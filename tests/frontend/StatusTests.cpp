@@ -71,6 +71,18 @@ TEST_F(StatusTest, FoldersThatAreNotReallyWatchedAreWrong) {
     expectTrouble("The watched folder /Work/Film is not there.");
 }
 
+TEST_F(StatusTest, ANoticeOfAFolderIsNothingWrong) {
+    startHelper();
+    watchFilm();
+    helperWatches("/Work/Film", true, "", "Being looked through for the first time.");
+    const auto outcome = run({"status"});
+    EXPECT_EQ(outcome.status, ExitStatus::done) << outcome.output;
+    EXPECT_THAT(outcome.output,
+                HasSubstr("\n          Being looked through for the first time.\n"));
+    EXPECT_THAT(run({"status", "--json"}).output,
+                HasSubstr("\"notice\": \"Being looked through for the first time.\""));
+}
+
 TEST_F(StatusTest, AStoreThatCannotTakeVersionsIsWrong) {
     watchFilm();
     startHelper();

@@ -20,7 +20,7 @@ namespace larkspan::testing {
 class WatchScene {
   public:
     explicit WatchScene(platform::FileEventsOptions options = {})
-        : fileEvents_(mainThread_, std::move(options)) {
+        : fileEvents_(mainThread_, patient(std::move(options))) {
         makeFolder("root");
         makeFolder("marker");
     }
@@ -90,6 +90,14 @@ class WatchScene {
     platform::WatchedRoot root(size_t number = 0) const { return stream_->roots().at(number); }
 
   private:
+    // Unless a test says otherwise, all is watched when start() returns, also on a busy machine.
+    static platform::FileEventsOptions patient(platform::FileEventsOptions options) {
+        if (options.startWait == platform::FileEventsOptions().startWait) {
+            options.startWait = std::chrono::seconds(30);
+        }
+        return options;
+    }
+
     TemporaryFolder top_;
     platform::LinuxMainThread mainThread_;
     platform::LinuxFileEvents fileEvents_;

@@ -71,7 +71,7 @@ class FakeFileEvents::FakeStream final : public Stream {
             std::vector<WatchedRoot> roots;
             for (const Path& root : started_->roots) {
                 const std::string& problem = shared.problems[root];
-                roots.push_back({root, problem.empty(), problem});
+                roots.push_back({root, problem.empty(), problem, shared.notices[root]});
             }
             return roots;
         });
@@ -114,6 +114,10 @@ void FakeFileEvents::reportChange(const Path& folder, std::uint32_t flags) {
 
 void FakeFileEvents::setProblem(const Path& root, const std::string& problem) {
     state_->with([&](State& state) { state.problems[root] = problem; });
+}
+
+void FakeFileEvents::setNotice(const Path& root, const std::string& notice) {
+    state_->with([&](State& state) { state.notices[root] = notice; });
 }
 
 std::vector<std::vector<Path>> FakeFileEvents::startedRoots() const {

@@ -27,6 +27,8 @@ class FakeFileEvents final : public FileEvents {
 
     // Has streams say that they do not watch a root, and why; "" watches it again. Any thread.
     void setProblem(const Path& root, const std::string& problem);
+    // Has streams give a notice of a root; "" ends it. Any thread.
+    void setNotice(const Path& root, const std::string& notice);
 
     // The roots of every stream started, the last one last, and the latencies asked for. Any
     // thread.
@@ -39,6 +41,7 @@ class FakeFileEvents final : public FileEvents {
     struct State {
         std::vector<std::shared_ptr<Started>> running;
         std::map<Path, std::string> problems;
+        std::map<Path, std::string> notices;
         std::vector<std::vector<Path>> roots;
         std::vector<Seconds> latencies;
     };

@@ -60,8 +60,11 @@ FileEventReader::FileEventReader(std::vector<Path> roots, ExcludedTrees excluded
       napMilliseconds_(napLength(latency)),
       gathering_(latency) {
     startAnew(0);
-    states_.with([&](auto& states) { states = watch_->roots.states(); });
+    publishStates();
+    auto firstLook = firstLook_.get_future();
     thread_ = std::thread([this] { run(); });
+    firstLook.wait_for(options_.startWait);
+    returned_ = true;
 }
 
 FileEventReader::~FileEventReader() {
@@ -92,7 +95,9 @@ void FileEventReader::run() {
         const bool moreEvents = ready.events && readEvents();
         lookWhereDue();
         deliverWhenDue();
-        states_.with([&](auto& states) { states = watch_->roots.states(); });
+        // After lost events the roots are as they were until all have been looked at.
+        if (!starting_ || startFlags_ == 0) publishStates();
+        if (starting_ && !watch_->roots.needsFirstLook()) started();
         if (ready.events && !moreEvents) nap();
     }
 }
@@ -141,11 +146,32 @@ bool FileEventReader::readEvents() {
 }
 
 void FileEventReader::lookWhereDue() {
-    if (eventsDropped_ && uptime() >= startAnewNotBefore_) {
+    if (!starting_ && eventsDropped_ && uptime() >= startAnewNotBefore_) {
         startAnew(FileEventFlag::mustScanSubfolders | FileEventFlag::eventsDropped);
     }
-    if (watch_->needsTimer() && uptime() >= lookAtUnwatchedAt_) lookAtUnwatched();
-    if (watch_->roots.needsLook()) watch_->roots.lookAgain();
+    if (!starting_ && watch_->needsTimer() && uptime() >= lookAtUnwatchedAt_) lookAtUnwatched();
+    lookAtRoots();
+}
+
+// For a moment at a time: what happens in the roots seen so far does not wait for all others.
+void FileEventReader::lookAtRoots() {
+    constexpr Seconds moment = std::chrono::milliseconds(20);
+    const Seconds until = uptime() + moment;
+    while (watch_->roots.needsLook() && !stopping_ && uptime() < until) {
+        const std::optional<size_t> isNew = watch_->roots.lookAtNext();
+        if (isNew) firstLookDone(*isNew);
+    }
+}
+
+void FileEventReader::firstLookDone(size_t root) {
+    if (startFlags_ == 0) {
+        states_.with([&](auto& states) { states[root] = watch_->roots.state(root); });
+    }
+    // What happened below it before may have been reported to nobody.
+    if (returned_ || startFlags_ != 0) {
+        gathering_.add(watch_->folders.rootPath(root),
+                       startFlags_ | FileEventFlag::mustScanSubfolders);
+    }
 }
 
 void FileEventReader::lookAtUnwatched() {
@@ -161,21 +187,35 @@ void FileEventReader::lookAtUnwatched() {
     lookAtUnwatchedAt_ = end + std::max(options_.unwatchedInterval, 10 * (end - begun));
 }
 
-// Watches everything from scratch, since after lost events nothing that is known can be trusted.
-// Reports every root when there are flags.
+// Has everything watched from scratch, since after lost events nothing that is known can be
+// trusted.
 void FileEventReader::startAnew(std::uint32_t flags) {
-    const Seconds begun = uptime();
+    startBegun_ = uptime();
+    starting_ = true;
+    startFlags_ = flags;
     eventsDropped_ = false;
     watch_.reset();  // before the new one, which needs its watches
     watch_ = std::make_unique<Watch>(options_.calls, given_, exclusion_, reports());
-    watch_->roots.start();
-    if (flags != 0) {
-        for (const std::string& root : rootPaths(given_)) gathering_.add(root, flags);
-    }
+}
+
+// All roots have been looked at for the first time.
+void FileEventReader::started() {
+    starting_ = false;
+    publishStates();
+    if (startFlags_ == 0) firstLook_.set_value();
     // A writer that floods the queue all the time must not keep this thread busy for good.
     const Seconds end = uptime();
-    startAnewNotBefore_ = end + 4 * (end - begun);
+    startAnewNotBefore_ = end + 4 * (end - startBegun_);
     lookAtUnwatchedAt_ = end + options_.unwatchedInterval;
+}
+
+void FileEventReader::publishStates() {
+    states_.with([&](auto& states) {
+        states.clear();
+        for (size_t root = 0; root < watch_->roots.count(); ++root) {
+            states.push_back(watch_->roots.state(root));
+        }
+    });
 }
 
 void FileEventReader::deliverWhenDue() {

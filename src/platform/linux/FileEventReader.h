@@ -12,6 +12,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,18 +26,21 @@ struct FileEventsOptions {
     std::function<void(const std::string& problem)> reportProblem = [](const std::string&) {};
     // How often folders are looked at that the system does not watch, at most.
     Seconds unwatchedInterval = std::chrono::seconds(30);
+    // How long start() waits for the first look at all roots.
+    Seconds startWait = std::chrono::milliseconds(100);
     InotifyCalls calls;
     // Called before events are read, for tests that need a slow reader.
     std::function<void()> beforeReading = [] {};
 };
 
-// One watch with the thread that reads its events. Made and destroyed on one thread.
+// One watch with the thread that looks through its roots and reads its events. Made and destroyed
+// on one thread.
 class FileEventReader {
   public:
     // Called on the reader's thread with one batch, never empty.
     using Deliver = std::function<void(std::vector<FileEvent>)>;
 
-    // Returns when all folders are watched.
+    // Returns when all folders are watched, or when `startWait` is over.
     FileEventReader(std::vector<Path> roots, ExcludedTrees excluded, Seconds latency,
                     FileEventsOptions options, Deliver deliver);
     FileEventReader(const FileEventReader&) = delete;
@@ -70,7 +74,11 @@ class FileEventReader {
     bool readEvents();
     void lookWhereDue();
     void lookAtUnwatched();
+    void lookAtRoots();
+    void firstLookDone(size_t root);
     void startAnew(std::uint32_t flags);
+    void started();
+    void publishStates();
     void deliverWhenDue();
     WatchReports reports();
 
@@ -85,9 +93,14 @@ class FileEventReader {
     std::string lastProblem_;
     std::unique_ptr<Watch> watch_;
     bool eventsDropped_ = false;
-    Seconds startAnewNotBefore_{0};  // moments are the uptime
+    bool starting_ = false;         // some roots are still to be looked at for the first time
+    std::uint32_t startFlags_ = 0;  // with which roots are reported after that look; 0 at first
+    Seconds startBegun_{0};         // moments are the uptime
+    Seconds startAnewNotBefore_{0};
     Seconds lookAtUnwatchedAt_{0};
     Guarded<std::vector<WatchedRoot>> states_;
+    std::promise<void> firstLook_;
+    std::atomic<bool> returned_{false};  // the constructor, or is about to
     std::atomic<bool> stopping_{false};
     std::thread thread_;
 };

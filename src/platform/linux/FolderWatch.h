@@ -41,7 +41,7 @@ class FolderWatch {
     FolderWatch(Inotify& inotify, std::vector<std::string> rootPaths,
                 const TreeExclusion& exclusion, WatchReports reports);
 
-    // Whether changes are reported, as they are at first; not while all is watched for the first
+    // Whether changes are reported, as they are at first; not while a root is watched for the first
     // time.
     void setReporting(bool reporting) { reporting_ = reporting; }
 

@@ -29,13 +29,6 @@ RootWatch::RootWatch(Inotify& inotify, FolderWatch& folders, std::vector<Path> r
     for (Path& given : roots) roots_.emplace_back().given = std::move(given);
 }
 
-void RootWatch::start() {
-    folders_.setReporting(false);
-    for (size_t root = 0; root < roots_.size(); ++root) look(root);
-    folders_.setReporting(true);
-    reporting_ = true;
-}
-
 void RootWatch::handle(const InotifyEvent& event) {
     constexpr std::uint32_t selfEvents = IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT | IN_IGNORED;
     constexpr std::uint32_t nameEvents = IN_CREATE | IN_MOVED_TO | IN_ATTRIB;
@@ -66,14 +59,23 @@ void RootWatch::mountsChanged(const std::vector<std::string>& mountPoints) {
 }
 
 bool RootWatch::needsLook() const {
-    return std::any_of(roots_.begin(), roots_.end(),
-                       [](const Root& root) { return root.look != Look::none; });
+    return std::ranges::any_of(roots_, [](const Root& root) { return root.look != Look::none; });
 }
 
-void RootWatch::lookAgain() {
-    for (size_t root = 0; root < roots_.size() && !reports_.stopping(); ++root) {
-        if (roots_[root].look != Look::none) look(root);
-    }
+bool RootWatch::needsFirstLook() const {
+    return std::ranges::any_of(roots_, [](const Root& root) { return root.look == Look::first; });
+}
+
+std::optional<size_t> RootWatch::lookAtNext() {
+    const auto next =
+        std::ranges::find_if(roots_, [](const Root& root) { return root.look != Look::none; });
+    if (next == roots_.end()) return std::nullopt;
+    const auto root = static_cast<size_t>(next - roots_.begin());
+    const bool isFirst = next->look == Look::first;
+    folders_.setReporting(!isFirst);
+    look(root);
+    folders_.setReporting(true);
+    return isFirst ? std::optional(root) : std::nullopt;
 }
 
 bool RootWatch::hasUnwatchedWay() const {
@@ -100,12 +102,13 @@ void RootWatch::look(size_t index) {
     Root& root = roots_[index];
     const Look look = std::exchange(root.look, Look::none);
     const int before = root.folder;
-    const bool wasThere = root.problem.empty() && reporting_;
+    const bool wasThere = root.problem.empty();
     leaveWay(index);
     const TrailEnd end = follow(index);
     if (end.error == 0) {
         root.realPath = end.folder;
-        const int folder = folders_.watchRoot(index, look >= Look::wholeTree);
+        const bool relist = look == Look::wholeTree || look == Look::moved;
+        const int folder = folders_.watchRoot(index, relist);
         if (hasVanished(folder)) mark(index, Look::whereItIs);
         root.folder = std::max(folder, 0);
         root.problem.clear();
@@ -120,7 +123,7 @@ void RootWatch::look(size_t index) {
     const bool isThere = end.error == 0;
     const bool changed =
         root.folder != before || isThere != wasThere || (look == Look::moved && isThere);
-    if (changed && reporting_) {
+    if (changed && look != Look::first) {
         reports_.changed(folders_.rootPath(index), FileEventFlag::rootChanged);
     }
 }
@@ -171,14 +174,18 @@ int RootWatch::step(size_t root, const std::string& place, std::uint32_t mask,
     return watch;
 }
 
-std::vector<WatchedRoot> RootWatch::states() const {
-    std::vector<WatchedRoot> states;
-    for (size_t root = 0; root < roots_.size(); ++root) {
-        const Root& kept = roots_[root];
-        states.push_back({kept.given, kept.folder > 0,
-                          kept.problem.empty() ? folders_.problem(root) : kept.problem});
+WatchedRoot RootWatch::state(size_t root) const {
+    const Root& kept = roots_[root];
+    if (kept.look == Look::first) {
+        return {.path = kept.given,
+                .watched = true,
+                .problem = "",
+                .notice = "Being looked through for the first time."};
     }
-    return states;
+    return {.path = kept.given,
+            .watched = kept.folder > 0,
+            .problem = kept.problem.empty() ? folders_.problem(root) : kept.problem,
+            .notice = ""};
 }
 
 }  // namespace larkspan::platform

@@ -6,7 +6,7 @@
 #include "platform/linux/RootTrail.h"
 
 #include <cstddef>
-#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,34 +20,37 @@ class RootWatch {
     RootWatch(Inotify& inotify, FolderWatch& folders, std::vector<Path> roots,
               WatchReports reports);
 
-    // Watches every root for the first time, without reporting it.
-    void start();
-
-    // Takes notice of events on the way to a root; lookAgain() acts on them.
+    // Takes notice of events on the way to a root; lookAtNext() acts on them.
     void handle(const InotifyEvent& event);
     // Takes notice that volumes were mounted or unmounted.
     void mountsChanged(const std::vector<std::string>& mountPoints);
+    // Whether a root is still to be looked at. At first all are.
     bool needsLook() const;
-    // Looks where the roots concerned are now and reports those that came, went or were replaced.
-    void lookAgain();
+    // Whether one is still to be looked at for the first time.
+    bool needsFirstLook() const;
+    // Looks where the first of the roots concerned is now, and reports it when it came, went or was
+    // replaced. Gives the root when it was looked at for the first time: then nothing is reported.
+    std::optional<size_t> lookAtNext();
 
     // Whether a root can be found again only by looking for it from time to time.
     bool hasUnwatchedWay() const;
-    // Has the next lookAgain() look for these.
+    // Has lookAtNext() look for these.
     void lookForUnwatched();
 
-    std::vector<WatchedRoot> states() const;
+    size_t count() const { return roots_.size(); }
+    WatchedRoot state(size_t root) const;
 
   private:
-    // In rising order: where its path leads; what is below it, too; that, and it counts as changed.
-    enum class Look { none, whereItIs, wholeTree, moved };
+    // In rising order: where its path leads; what is below it, too; that, and it counts as changed;
+    // for the first time.
+    enum class Look { none, whereItIs, wholeTree, moved, first };
     struct Root {
         Path given;
         std::string realPath;  // without links; "" while missing
         int folder = 0;        // 0 while there is none that is watched
         bool wayIsWatched = true;
         std::string problem;  // why its path leads to no folder; "" when it does
-        Look look = Look::none;
+        Look look = Look::first;
     };
     // One folder or link on the way to a root.
     struct Step {
@@ -68,7 +71,6 @@ class RootWatch {
     const WatchReports reports_;
     std::vector<Root> roots_;
     std::vector<Step> steps_;
-    bool reporting_ = false;
 };
 
 }  // namespace larkspan::platform
