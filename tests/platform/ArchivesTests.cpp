@@ -234,6 +234,21 @@ TEST_F(ZipArchivesTest, WhatComesOutIsBounded) {
     EXPECT_FALSE(enough.unpack(at("a.zip"), at("out")));
 }
 
+TEST_F(ZipArchivesTest, WhatCouldNotBeUnpackedIsNotPacked) {
+    write("Film/a", "a");
+    std::filesystem::create_symlink("a/long/way", at("Film/b").str());
+    for (const ArchiveLimits& limits :
+         {ArchiveLimits{.mostEntries = 1}, ArchiveLimits{.mostLinkBytes = 9}}) {
+        ZipArchives bounded(scene.calls, limits);
+        const auto error = bounded.pack(at("Film"), at("b.zip"), IncludeParent::no);
+        EXPECT_THAT(error->description, HasSubstr("it would hold too many"));
+    }
+    EXPECT_THAT(names(""), ElementsAre("Film"));
+    ZipArchives enough(scene.calls, {.mostEntries = 2, .mostLinkBytes = 10});
+    EXPECT_FALSE(enough.pack(at("Film"), at("b.zip"), IncludeParent::no));
+    EXPECT_FALSE(enough.unpack(at("b.zip"), at("out")));
+}
+
 TEST_F(ZipArchivesTest, ATornArchiveLeavesNothing) {
     write("Film/a", std::string(100'000, 'a'));
     ASSERT_FALSE(pack("Film"));

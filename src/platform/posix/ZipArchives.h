@@ -8,18 +8,20 @@
 
 namespace larkspan::platform {
 
-// Bounds for what comes out of an archive, which may say anything of itself.
-struct UnpackLimits {
-    std::optional<std::uint64_t> mostBytes =
-        {};  // without it: what the disk has left, less a reserve
+// Bounds for what comes out of an archive, which may say anything of itself. What is packed keeps
+// to those of entries and links, so that it can be unpacked.
+struct ArchiveLimits {
+    // Without it: what the disk has left, less a reserve.
+    std::optional<std::uint64_t> mostBytes = {};
     std::uint64_t mostEntries = 1'000'000;
+    size_t mostLinkBytes = size_t{16} * 1024 * 1024;  // of all texts of links, kept in memory
 };
 
 // Zip archives by libarchive.
 class ZipArchives final : public Archives {
   public:
     // The calls must outlive this.
-    explicit ZipArchives(const FileCalls& calls, const UnpackLimits& limits = {})
+    explicit ZipArchives(const FileCalls& calls, const ArchiveLimits& limits = {})
         : calls_(calls), limits_(limits) {}
 
     std::optional<Error> pack(const Path& source, const Path& archive,
@@ -28,7 +30,7 @@ class ZipArchives final : public Archives {
 
   private:
     const FileCalls& calls_;
-    UnpackLimits limits_;
+    ArchiveLimits limits_;
 };
 
 }  // namespace larkspan::platform

@@ -19,8 +19,9 @@ constexpr size_t pieceSize = size_t{64} * 1024;
 
 class ZipPacking {
   public:
-    ZipPacking(const FileCalls& calls, std::string doing, int target)
+    ZipPacking(const FileCalls& calls, const ArchiveLimits& limits, std::string doing, int target)
         : calls_(calls),
+          limits_(limits),
           doing_(std::move(doing)),
           target_(target),
           handle_(archive_write_new()),
@@ -146,7 +147,9 @@ class ZipPacking {
         archive_entry_set_mtime(entry.get(), status.st_mtim.tv_sec, status.st_mtim.tv_nsec);
         archive_entry_set_size(entry.get(), S_ISREG(status.st_mode) ? status.st_size : 0);
         if (linkTarget) archive_entry_set_symlink(entry.get(), linkTarget);
-        ++entries_;
+        if (entries_++ == limits_.mostEntries) {
+            return archiveError(doing_, "it would hold too many entries");
+        }
         if (archive_write_header(handle_.get(), entry.get()) == ARCHIVE_OK) return {};
         return archiveError(handle_.get(), doing_);
     }
@@ -162,6 +165,10 @@ class ZipPacking {
         std::array<char, PATH_MAX> text{};
         if (!status || ::readlinkat(folder, name.c_str(), text.data(), text.size() - 1) < 0) {
             return posixError(errno, doing_);
+        }
+        linkBytes_ += std::string_view(text.data()).size();
+        if (linkBytes_ > limits_.mostLinkBytes) {
+            return archiveError(doing_, "it would hold too many links");
         }
         return writeHeader(*status, prefix_ + name, text.data());
     }
@@ -196,6 +203,7 @@ class ZipPacking {
     }
 
     const FileCalls& calls_;
+    const ArchiveLimits limits_;
     std::string doing_;
     int target_;
     FileIdentity identity_;
@@ -203,7 +211,8 @@ class ZipPacking {
     std::string buffer_;
     std::string prefix_;  // the archived name of the folder that the walk is in, with a slash
     std::vector<Level> levels_;
-    size_t entries_ = 0;  // written
+    std::uint64_t entries_ = 0;  // written
+    size_t linkBytes_ = 0;
 };
 
 }  // namespace
@@ -223,7 +232,7 @@ std::optional<Error> ZipArchives::pack(const Path& source, const Path& archive,
     auto item =
         TemporaryItem::makeFile(calls_, place.folder.get(), temporaryCopyPrefix, mode, doing);
     if (!item) return item.error();
-    ZipPacking packing(calls_, doing, item->descriptor());
+    ZipPacking packing(calls_, limits_, doing, item->descriptor());
     auto error = S_ISDIR(status->st_mode) ? packing.packFolder(source, includeParent)
                                           : packing.packFile(source);
     if (error) return error;

@@ -18,18 +18,17 @@ namespace {
 constexpr size_t pieceSize = size_t{64} * 1024;
 // Stays free on the disk whatever an archive holds.
 constexpr std::uint64_t reserve = std::uint64_t{64} * 1024 * 1024;
-// Of all texts of links, which wait in memory.
-constexpr size_t mostLinkBytes = size_t{16} * 1024 * 1024;
 constexpr mode_t rightsMask = S_IRWXU | S_IRWXG | S_IRWXO;
 
 class ZipUnpacking {
   public:
-    ZipUnpacking(const FileCalls& calls, const UnpackLimits& limits, std::string doing, int target)
+    ZipUnpacking(const FileCalls& calls, const ArchiveLimits& limits, std::string doing, int target)
         : calls_(calls),
           doing_(std::move(doing)),
           target_(target),
           entriesLeft_(limits.mostEntries),
           bytesLeft_(limits.mostBytes ? *limits.mostBytes : roomOnDisk(target)),
+          linkBytesLeft_(limits.mostLinkBytes),
           handle_(archive_read_new()),
           buffer_(pieceSize, '\0') {}
 
@@ -194,11 +193,11 @@ class ZipUnpacking {
     int target_;
     std::uint64_t entriesLeft_;
     std::uint64_t bytesLeft_;
+    size_t linkBytesLeft_;
     ArchiveHandle handle_;
     std::string buffer_;
     std::vector<MadeFolder> folders_;
     std::vector<AwaitedLink> links_;
-    size_t linkBytesLeft_ = mostLinkBytes;
 };
 
 }  // namespace
