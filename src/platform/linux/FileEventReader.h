@@ -7,6 +7,7 @@
 #include "platform/linux/Inotify.h"
 #include "platform/linux/MountWatch.h"
 #include "platform/linux/RootWatch.h"
+#include "platform/linux/SilentTrees.h"
 #include "platform/posix/FileDescriptor.h"
 
 #include <atomic>
@@ -24,11 +25,13 @@ namespace larkspan::platform {
 struct FileEventsOptions {
     // Told, on any thread, what cannot be watched as it should be; each thing once in a row.
     std::function<void(const std::string& problem)> reportProblem = [](const std::string&) {};
-    // How often folders are looked at that the system does not watch, at most.
+    // How often folders are looked at that the system does not watch, or not wholly, at most.
     Seconds unwatchedInterval = std::chrono::seconds(30);
     // How long start() waits for the first look at all roots.
     Seconds startWait = std::chrono::milliseconds(100);
     InotifyCalls calls;
+    // What is mounted where, for tests; without it what the system says.
+    std::function<std::vector<Mount>()> mounts;
     // Called before events are read, for tests that need a slow reader.
     std::function<void()> beforeReading = [] {};
 };
@@ -56,8 +59,6 @@ class FileEventReader {
     struct Watch {
         Watch(const InotifyCalls& calls, const std::vector<Path>& roots,
               const TreeExclusion& exclusion, const WatchReports& reports);
-        bool needsTimer() const;
-
         Inotify inotify;
         FolderWatch folders;
         RootWatch roots;
@@ -76,9 +77,15 @@ class FileEventReader {
     void lookAtUnwatched();
     void lookAtRoots();
     void firstLookDone(size_t root);
+    void findSilentTrees();
+    void lookAtSilentTrees();
+    bool needsTimer() const;
+    void restUntilNextLook(Seconds begun);
+    void beginSilentLook();
     void startAnew(std::uint32_t flags);
     void started();
     void publishStates();
+    WatchedRoot state(size_t root) const;
     void deliverWhenDue();
     WatchReports reports();
 
@@ -92,12 +99,14 @@ class FileEventReader {
     EventGathering gathering_;
     std::string lastProblem_;
     std::unique_ptr<Watch> watch_;
+    SilentTrees silentTrees_;
     bool eventsDropped_ = false;
     bool starting_ = false;         // some roots are still to be looked at for the first time
     std::uint32_t startFlags_ = 0;  // with which roots are reported after that look; 0 at first
     Seconds startBegun_{0};         // moments are the uptime
     Seconds startAnewNotBefore_{0};
     Seconds lookAtUnwatchedAt_{0};
+    Seconds lookBegun_{0};  // at the silent trees
     Guarded<std::vector<WatchedRoot>> states_;
     std::promise<void> firstLook_;
     std::atomic<bool> returned_{false};  // the constructor, or is about to
