@@ -66,17 +66,34 @@ FileEventReader::FileEventReader(std::vector<Path> roots, ExcludedTrees excluded
       silentTrees_(exclusion_, [this] { return stopping_.load(); }) {
     startAnew(0);
     publishStates();
-    auto firstLook = firstLook_.get_future();
-    thread_ = std::thread([this] { run(); });
-    firstLook.wait_for(options_.startWait);
-    returned_ = true;
 }
 
-FileEventReader::~FileEventReader() {
+std::shared_ptr<FileEventReader> FileEventReader::start(std::vector<Path> roots,
+                                                        ExcludedTrees excluded, Seconds latency,
+                                                        FileEventsOptions options,
+                                                        Deliver deliver) {
+    auto reader = std::make_shared<FileEventReader>(std::move(roots), std::move(excluded), latency,
+                                                    std::move(options), std::move(deliver));
+    auto firstLook = reader->firstLook_.get_future();
+    reader->thread_ = std::thread([reader] {
+        reader->run();
+        reader->ended_.set_value();
+    });
+    firstLook.wait_for(reader->options_.startWait);
+    reader->returned_ = true;
+    return reader;
+}
+
+void FileEventReader::stop() {
     stopping_ = true;
+    isQuiet_.with([](bool& isQuiet) { isQuiet = true; });
     const std::uint64_t one = 1;
     [[maybe_unused]] const ssize_t written = ::write(stop_.get(), &one, sizeof one);
-    thread_.join();
+    if (ended_.get_future().wait_for(options_.endWait) == std::future_status::ready) {
+        thread_.join();
+    } else {
+        thread_.detach();
+    }
 }
 
 WatchReports FileEventReader::reports() {
@@ -85,9 +102,10 @@ WatchReports FileEventReader::reports() {
                           std::uint32_t flags) { gathering_.add(std::move(folder), flags); },
         .problem =
             [this](const std::string& problem) {
-                if (std::exchange(lastProblem_, problem) != problem) {
-                    options_.reportProblem(problem);
-                }
+                if (std::exchange(lastProblem_, problem) == problem) return;
+                isQuiet_.with([&](bool isQuiet) {
+                    if (!isQuiet) options_.reportProblem(problem);
+                });
             },
         .stopping = [this] { return stopping_.load(); },
     };
@@ -265,7 +283,11 @@ WatchedRoot FileEventReader::state(size_t root) const {
 
 void FileEventReader::deliverWhenDue() {
     const Seconds now = uptime();
-    if (gathering_.dueIn(now) == Seconds(0)) deliver_(gathering_.take(now));
+    if (gathering_.dueIn(now) != Seconds(0)) return;
+    auto batch = gathering_.take(now);
+    isQuiet_.with([&](bool isQuiet) {
+        if (!isQuiet) deliver_(std::move(batch));
+    });
 }
 
 }  // namespace larkspan::platform

@@ -29,6 +29,8 @@ struct FileEventsOptions {
     Seconds unwatchedInterval = std::chrono::seconds(30);
     // How long start() waits for the first look at all roots.
     Seconds startWait = std::chrono::milliseconds(100);
+    // How long the end of a watch waits for its thread, which a server that does not answer holds.
+    Seconds endWait = std::chrono::seconds(2);
     InotifyCalls calls;
     // What is mounted where, for tests; without it what the system says.
     std::function<std::vector<Mount>()> mounts;
@@ -36,20 +38,27 @@ struct FileEventsOptions {
     std::function<void()> beforeReading = [] {};
 };
 
-// One watch with the thread that looks through its roots and reads its events. Made and destroyed
-// on one thread.
+// One watch with the thread that looks through its roots and reads its events. Both own it: a
+// thread that a server holds when the watch ends is left to end by itself, and calls nobody then.
+// Started and stopped on one thread.
 class FileEventReader {
   public:
     // Called on the reader's thread with one batch, never empty.
     using Deliver = std::function<void(std::vector<FileEvent>)>;
 
     // Returns when all folders are watched, or when `startWait` is over.
+    static std::shared_ptr<FileEventReader> start(std::vector<Path> roots, ExcludedTrees excluded,
+                                                  Seconds latency, FileEventsOptions options,
+                                                  Deliver deliver);
+    // Ends the thread at once, also amid a look at a huge tree. To be called once.
+    void stop();
+
+    // For start().
     FileEventReader(std::vector<Path> roots, ExcludedTrees excluded, Seconds latency,
                     FileEventsOptions options, Deliver deliver);
     FileEventReader(const FileEventReader&) = delete;
     FileEventReader& operator=(const FileEventReader&) = delete;
-    // Ends the thread at once, also amid a look at a huge tree.
-    ~FileEventReader();
+    ~FileEventReader() = default;
 
     // Any thread.
     std::vector<WatchedRoot> roots() const { return states_.copy(); }
@@ -110,7 +119,9 @@ class FileEventReader {
     Guarded<std::vector<WatchedRoot>> states_;
     std::promise<void> firstLook_;
     std::atomic<bool> returned_{false};  // the constructor, or is about to
+    Guarded<bool> isQuiet_{false};       // when set, nobody is called
     std::atomic<bool> stopping_{false};
+    std::promise<void> ended_;
     std::thread thread_;
 };
 
