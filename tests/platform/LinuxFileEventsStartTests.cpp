@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -60,6 +61,25 @@ TEST(LinuxFileEventsStart, ReturnsAmidALongWalkAndMissesNothing) {
     EXPECT_TRUE(scene.waitUntil([&] { return scene.root(1).notice.empty(); }));
     EXPECT_TRUE(scene.watches("slow/deep"));
     EXPECT_TRUE(scene.watches("root/a"));
+}
+
+TEST(LinuxFileEventsStart, LeavesAThreadAloneThatADiskHolds) {
+    // Outlives the scene with the thread that uses it.
+    const auto disk = std::make_shared<SlowDisk>();
+    disk->stuck = true;
+    FileEventsOptions options = disk->options();
+    options.endWait = std::chrono::milliseconds(50);
+    options.calls.addWatch = [disk, slow = options.calls.addWatch](auto... arguments) {
+        return slow(arguments...);
+    };
+    WatchScene scene(options);
+    scene.makeFolder("slow/deep");
+    scene.start({"slow"});
+    const auto begun = std::chrono::steady_clock::now();
+    scene.stop();
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(5));
+    disk->stuck = false;
+    EXPECT_TRUE(scene.waitUntil([&] { return disk.use_count() == 3; })) << "the thread has ended";
 }
 
 TEST(LinuxFileEventsStart, EndsAmidTheFirstWalk) {

@@ -13,6 +13,9 @@
 namespace larkspan::platform {
 namespace {
 
+// How long a long work goes on before what happened meanwhile has its turn.
+constexpr Seconds moment = std::chrono::milliseconds(20);
+
 Seconds uptime() {
     return std::chrono::steady_clock::now().time_since_epoch();
 }
@@ -46,8 +49,9 @@ FileEventReader::Watch::Watch(const InotifyCalls& calls, const std::vector<Path>
       folders(inotify, rootPaths(given), exclusion, reports),
       roots(inotify, folders, given, reports) {}
 
-bool FileEventReader::Watch::needsTimer() const {
-    return folders.hasUnwatched() || roots.hasUnwatchedWay();
+bool FileEventReader::needsTimer() const {
+    return watch_->folders.hasUnwatched() || watch_->roots.hasUnwatchedWay() ||
+           !silentTrees_.isEmpty();
 }
 
 FileEventReader::FileEventReader(std::vector<Path> roots, ExcludedTrees excluded, Seconds latency,
@@ -58,20 +62,38 @@ FileEventReader::FileEventReader(std::vector<Path> roots, ExcludedTrees excluded
       deliver_(std::move(deliver)),
       stop_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       napMilliseconds_(napLength(latency)),
-      gathering_(latency) {
+      gathering_(latency),
+      silentTrees_(exclusion_, [this] { return stopping_.load(); }) {
     startAnew(0);
     publishStates();
-    auto firstLook = firstLook_.get_future();
-    thread_ = std::thread([this] { run(); });
-    firstLook.wait_for(options_.startWait);
-    returned_ = true;
 }
 
-FileEventReader::~FileEventReader() {
+std::shared_ptr<FileEventReader> FileEventReader::start(std::vector<Path> roots,
+                                                        ExcludedTrees excluded, Seconds latency,
+                                                        FileEventsOptions options,
+                                                        Deliver deliver) {
+    auto reader = std::make_shared<FileEventReader>(std::move(roots), std::move(excluded), latency,
+                                                    std::move(options), std::move(deliver));
+    auto firstLook = reader->firstLook_.get_future();
+    reader->thread_ = std::thread([reader] {
+        reader->run();
+        reader->ended_.set_value();
+    });
+    firstLook.wait_for(reader->options_.startWait);
+    reader->returned_ = true;
+    return reader;
+}
+
+void FileEventReader::stop() {
     stopping_ = true;
+    isQuiet_.with([](bool& isQuiet) { isQuiet = true; });
     const std::uint64_t one = 1;
     [[maybe_unused]] const ssize_t written = ::write(stop_.get(), &one, sizeof one);
-    thread_.join();
+    if (ended_.get_future().wait_for(options_.endWait) == std::future_status::ready) {
+        thread_.join();
+    } else {
+        thread_.detach();
+    }
 }
 
 WatchReports FileEventReader::reports() {
@@ -80,9 +102,10 @@ WatchReports FileEventReader::reports() {
                           std::uint32_t flags) { gathering_.add(std::move(folder), flags); },
         .problem =
             [this](const std::string& problem) {
-                if (std::exchange(lastProblem_, problem) != problem) {
-                    options_.reportProblem(problem);
-                }
+                if (std::exchange(lastProblem_, problem) == problem) return;
+                isQuiet_.with([&](bool isQuiet) {
+                    if (!isQuiet) options_.reportProblem(problem);
+                });
             },
         .stopping = [this] { return stopping_.load(); },
     };
@@ -91,7 +114,7 @@ WatchReports FileEventReader::reports() {
 void FileEventReader::run() {
     while (!stopping_) {
         const Ready ready = wait(nextDue());
-        if (ready.mounts) watch_->roots.mountsChanged(mounts_.mountPoints());
+        if (ready.mounts) watch_->roots.mountsChanged(mounts_.mounts());
         const bool moreEvents = ready.events && readEvents();
         lookWhereDue();
         deliverWhenDue();
@@ -104,7 +127,7 @@ void FileEventReader::run() {
 
 // Empty: until something happens.
 std::optional<Seconds> FileEventReader::nextDue() const {
-    if (watch_->roots.needsLook()) return Seconds(0);
+    if (watch_->roots.needsLook() || silentTrees_.isLooking()) return Seconds(0);
     const Seconds now = uptime();
     std::optional<Seconds> due = gathering_.dueIn(now);
     const auto at = [&](Seconds moment) {
@@ -112,7 +135,7 @@ std::optional<Seconds> FileEventReader::nextDue() const {
         due = due ? std::min(*due, wait) : wait;
     };
     if (eventsDropped_) at(startAnewNotBefore_);
-    if (watch_->needsTimer()) at(lookAtUnwatchedAt_);
+    if (needsTimer()) at(lookAtUnwatchedAt_);
     // Without the descriptor that ends the wait, the wait has to end by itself.
     if (!stop_) at(now + std::chrono::milliseconds(200));
     return due;
@@ -149,23 +172,44 @@ void FileEventReader::lookWhereDue() {
     if (!starting_ && eventsDropped_ && uptime() >= startAnewNotBefore_) {
         startAnew(FileEventFlag::mustScanSubfolders | FileEventFlag::eventsDropped);
     }
-    if (!starting_ && watch_->needsTimer() && uptime() >= lookAtUnwatchedAt_) lookAtUnwatched();
-    lookAtRoots();
+    const bool isBusy = starting_ || silentTrees_.isLooking();
+    if (!isBusy && needsTimer() && uptime() >= lookAtUnwatchedAt_) lookAtUnwatched();
+    if (watch_->roots.needsLook()) lookAtRoots();
+    if (silentTrees_.isLooking()) lookAtSilentTrees();
 }
 
 // For a moment at a time: what happens in the roots seen so far does not wait for all others.
 void FileEventReader::lookAtRoots() {
-    constexpr Seconds moment = std::chrono::milliseconds(20);
     const Seconds until = uptime() + moment;
     while (watch_->roots.needsLook() && !stopping_ && uptime() < until) {
         const std::optional<size_t> isNew = watch_->roots.lookAtNext();
         if (isNew) firstLookDone(*isNew);
     }
+    if (!watch_->roots.needsLook()) findSilentTrees();
+}
+
+void FileEventReader::findSilentTrees() {
+    const std::vector<Mount> mounts = options_.mounts ? options_.mounts() : mounts_.mounts();
+    for (size_t root = 0; root < given_.size(); ++root) {
+        silentTrees_.setTreesOf(root, watch_->roots.silentTrees(root, mounts));
+    }
+    if (silentTrees_.hasNew() && !silentTrees_.isLooking()) beginSilentLook();
+}
+
+void FileEventReader::lookAtSilentTrees() {
+    const Seconds until = uptime() + moment;
+    silentTrees_.goOn([&] { return uptime() >= until; },
+                      [this](std::string folder, std::uint32_t flags) {
+                          gathering_.add(std::move(folder), flags);
+                      });
+    if (silentTrees_.isLooking()) return;
+    restUntilNextLook(lookBegun_);
+    if (silentTrees_.hasNew()) beginSilentLook();
 }
 
 void FileEventReader::firstLookDone(size_t root) {
     if (startFlags_ == 0) {
-        states_.with([&](auto& states) { states[root] = watch_->roots.state(root); });
+        states_.with([&](auto& states) { states[root] = state(root); });
     }
     // What happened below it before may have been reported to nobody.
     if (returned_ || startFlags_ != 0) {
@@ -181,10 +225,21 @@ void FileEventReader::lookAtUnwatched() {
     } else {
         watch_->roots.lookForUnwatched();
         watch_->folders.lookAtUnwatched();
+        findSilentTrees();
+        if (!silentTrees_.isLooking() && !silentTrees_.isEmpty()) beginSilentLook();
     }
-    // Never more than a tenth of the time, however large the trees are.
+    restUntilNextLook(begun);
+}
+
+// Never more than a tenth of the time is spent on looks, however large the trees are.
+void FileEventReader::restUntilNextLook(Seconds begun) {
     const Seconds end = uptime();
     lookAtUnwatchedAt_ = end + std::max(options_.unwatchedInterval, 10 * (end - begun));
+}
+
+void FileEventReader::beginSilentLook() {
+    lookBegun_ = uptime();
+    silentTrees_.begin();
 }
 
 // Has everything watched from scratch, since after lost events nothing that is known can be
@@ -213,14 +268,26 @@ void FileEventReader::publishStates() {
     states_.with([&](auto& states) {
         states.clear();
         for (size_t root = 0; root < watch_->roots.count(); ++root) {
-            states.push_back(watch_->roots.state(root));
+            states.push_back(state(root));
         }
     });
 }
 
+WatchedRoot FileEventReader::state(size_t root) const {
+    WatchedRoot state = watch_->roots.state(root);
+    if (state.notice.empty()) {
+        state.notice = silentTrees_.notice(root, watch_->folders.rootPath(root));
+    }
+    return state;
+}
+
 void FileEventReader::deliverWhenDue() {
     const Seconds now = uptime();
-    if (gathering_.dueIn(now) == Seconds(0)) deliver_(gathering_.take(now));
+    if (gathering_.dueIn(now) != Seconds(0)) return;
+    auto batch = gathering_.take(now);
+    isQuiet_.with([&](bool isQuiet) {
+        if (!isQuiet) deliver_(std::move(batch));
+    });
 }
 
 }  // namespace larkspan::platform

@@ -72,16 +72,29 @@ void FolderWatch::loseRoot(size_t root) {
 }
 
 void FolderWatch::mounted(size_t root, std::string_view relativePath) {
-    int folder = roots_[root].folder;
-    for (size_t slash = relativePath.find('/'); slash != std::string_view::npos;
-         slash = relativePath.find('/')) {
-        if (!tree_.contains(folder)) return;
-        folder = tree_.child(folder, relativePath.substr(0, slash));
-        relativePath.remove_prefix(slash + 1);
-    }
-    if (!tree_.contains(folder)) return;
-    found(folder, relativePath, tree_.path(folder).append(relativePath));
+    const size_t slash = relativePath.rfind('/');
+    const bool isDeep = slash != std::string_view::npos;
+    const int folder = folderAt(root, isDeep ? relativePath.substr(0, slash) : "");
+    if (folder == 0) return;
+    const std::string_view name = relativePath.substr(isDeep ? slash + 1 : 0);
+    found(folder, name, tree_.path(folder).append(name));
     listWaiting();
+}
+
+// 0 when that folder is not watched.
+int FolderWatch::folderAt(size_t root, std::string_view relativePath) const {
+    int folder = roots_[root].folder;
+    while (tree_.contains(folder) && !relativePath.empty()) {
+        const size_t end = std::min(relativePath.find('/'), relativePath.size());
+        folder = tree_.child(folder, relativePath.substr(0, end));
+        relativePath.remove_prefix(std::min(end + 1, relativePath.size()));
+    }
+    return tree_.contains(folder) ? folder : 0;
+}
+
+std::string FolderWatch::knownPath(size_t root, std::string_view relativePath) const {
+    const int folder = folderAt(root, relativePath);
+    return folder == 0 ? "" : tree_.path(folder);
 }
 
 void FolderWatch::handle(const InotifyEvent& event) {
@@ -297,7 +310,8 @@ void FolderWatch::lookAtUnwatched() {
     std::vector<std::string> trees;
     trees.reserve(unwatchedTops_.size());
     for (const UnwatchedTop& top : unwatchedTops_) trees.push_back(topPath(top));
-    unwatched_.look(trees, [this](const std::string& folder) { reports_.changed(folder, 0); });
+    unwatched_.look(std::move(trees),
+                    [this](const std::string& folder) { reports_.changed(folder, 0); });
 }
 
 }  // namespace larkspan::platform

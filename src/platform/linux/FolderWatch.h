@@ -59,6 +59,9 @@ class FolderWatch {
     void beginEvents() { lastReported_ = 0; }
 
     bool contains(int folder) const { return tree_.contains(folder); }
+    // The path of a watched folder in the root, by the name under which it is reported: names
+    // separated by "/", "" for the root. "" when it is not watched.
+    std::string knownPath(size_t root, std::string_view relativePath) const;
     const std::string& rootPath(size_t root) const { return tree_.rootPath(root); }
     // Why not all of the root is watched, in words; "" when it is.
     std::string problem(size_t root) const;
@@ -81,6 +84,7 @@ class FolderWatch {
         std::string problemPath;
     };
 
+    int folderAt(size_t root, std::string_view relativePath) const;
     void found(int parent, std::string_view name, const std::string& path);
     void foundAgain(int folder, int parent, std::string_view name);
     void notWatched(int parent, std::string_view name, const std::string& path, int error);

@@ -18,7 +18,7 @@ class LinuxStream final : public FileEvents::Stream {
                 Seconds latency, const FileEventsOptions& options, FileEvents::Callback callback)
         : arrival_(std::make_shared<Arrival>(Arrival{.callback = std::move(callback)})) {
         if (roots.empty()) return;
-        reader_ = std::make_unique<FileEventReader>(
+        reader_ = FileEventReader::start(
             std::move(roots), std::move(excluded), latency, options,
             [&mainThread, arrival = arrival_](std::vector<FileEvent> events) {
                 mainThread.post([arrival, events = std::move(events)] {
@@ -28,7 +28,10 @@ class LinuxStream final : public FileEvents::Stream {
     }
     LinuxStream(const LinuxStream&) = delete;
     LinuxStream& operator=(const LinuxStream&) = delete;
-    ~LinuxStream() override { arrival_->ended = true; }
+    ~LinuxStream() override {
+        arrival_->ended = true;
+        if (reader_) reader_->stop();
+    }
 
     std::vector<WatchedRoot> roots() const override {
         return reader_ ? reader_->roots() : std::vector<WatchedRoot>();
@@ -36,7 +39,7 @@ class LinuxStream final : public FileEvents::Stream {
 
   private:
     const std::shared_ptr<Arrival> arrival_;
-    std::unique_ptr<FileEventReader> reader_;
+    std::shared_ptr<FileEventReader> reader_;
 };
 
 }  // namespace

@@ -61,6 +61,7 @@ bool liesBelowOneOf(const std::vector<Path>& folders, const Path& point) {
 std::vector<Mount> parseMountTable(std::string_view mountinfo) {
     // Id, parent, device, root, mount point, options, any number of further ones, "-", type,
     // source, options of the file system.
+    constexpr size_t deviceField = 2;
     constexpr size_t rootField = 3;
     constexpr size_t pointField = 4;
     constexpr size_t firstOptionalField = 6;
@@ -73,7 +74,8 @@ std::vector<Mount> parseMountTable(std::string_view mountinfo) {
         mounts.push_back({.point = Path(unescaped(fields[pointField])),
                           .root = Path(unescaped(fields[rootField])),
                           .type = unescaped(dash[1]),
-                          .source = unescaped(dash[2])});
+                          .source = unescaped(dash[2]),
+                          .device = fields[deviceField]});
     }
     return mounts;
 }
@@ -88,6 +90,14 @@ std::vector<Path> parseConfiguredMountPoints(std::string_view fstab) {
         if (point.isAbsolute() && point != Path("/")) points.push_back(point);
     }
     return points;
+}
+
+bool isSilentType(std::string_view type) {
+    constexpr auto types = std::to_array<std::string_view>(
+        {"fuse", "vboxsf", "prl_fs", "vmhgfs", "virtiofs", "ocfs2", "gfs2"});
+    // A "fuseblk" is a disk of this machine.
+    return isNetworkType(type) || type.starts_with("fuse.") ||
+           std::ranges::find(types, type) != types.end();
 }
 
 MountKind kindOfMount(const Mount& mount, const std::vector<Path>& volumesFolders) {

@@ -1,9 +1,8 @@
 #pragma once
 
+#include "platform/linux/MountTable.h"
 #include "platform/posix/FileDescriptor.h"
 
-#include <string>
-#include <string_view>
 #include <vector>
 
 namespace larkspan::platform {
@@ -17,7 +16,7 @@ class MountWatch {
     // when the system has no such table.
     int descriptor() const { return table_.get(); }
 
-    std::vector<std::string> mountPoints() const;
+    std::vector<Mount> mounts() const;
 
   private:
     FileDescriptor table_;

@@ -4,7 +4,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
+#include <system_error>
 #include <utility>
+
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 namespace larkspan::platform {
 namespace {
@@ -19,6 +24,19 @@ constexpr std::uint32_t awaitMask =
 // What was there a moment ago is not, or not the same.
 bool hasVanished(int watch) {
     return watch == -ENOENT || watch == -ENOTDIR || watch == -ELOOP;
+}
+
+// As mount points are told, where it can be told.
+std::string withoutDots(const std::string& folder) {
+    std::error_code error;
+    const std::filesystem::path real = std::filesystem::canonical(folder, error);
+    return error ? folder : real.string();
+}
+
+std::string deviceOf(const std::string& folder) {
+    struct stat facts {};
+    if (::stat(folder.c_str(), &facts) != 0) return "";
+    return std::to_string(major(facts.st_dev)) + ':' + std::to_string(minor(facts.st_dev));
 }
 
 }  // namespace
@@ -45,17 +63,48 @@ void RootWatch::handle(const InotifyEvent& event) {
     }
 }
 
-void RootWatch::mountsChanged(const std::vector<std::string>& mountPoints) {
+void RootWatch::mountsChanged(const std::vector<Mount>& mounts) {
     for (size_t root = 0; root < roots_.size(); ++root) {
         mark(root, Look::whereItIs);
         if (roots_[root].folder == 0) continue;
-        const std::string inside =
-            roots_[root].realPath + (roots_[root].realPath.ends_with('/') ? "" : "/");
-        for (const std::string& mountPoint : mountPoints) {
-            if (mountPoint.size() <= inside.size() || !mountPoint.starts_with(inside)) continue;
-            folders_.mounted(root, std::string_view(mountPoint).substr(inside.size()));
+        for (const Mount& mount : mounts) {
+            const std::string_view below = pathBelow(root, mount);
+            if (!below.empty()) folders_.mounted(root, below);
         }
     }
+}
+
+// Where in the root something is mounted; "" when it is elsewhere.
+std::string_view RootWatch::pathBelow(size_t root, const Mount& mount) const {
+    const std::string& inside = roots_[root].realPath;
+    std::string_view point = mount.point.str();
+    if (inside.empty() || !point.starts_with(inside)) return {};
+    point.remove_prefix(inside.size());
+    if (inside.ends_with('/')) return point;
+    return point.starts_with('/') ? point.substr(1) : std::string_view();
+}
+
+std::vector<std::string> RootWatch::silentTrees(size_t root,
+                                                const std::vector<Mount>& mounts) const {
+    std::vector<std::string> trees;
+    const auto add = [&](std::string_view below) {
+        std::string path = folders_.knownPath(root, below);
+        const bool isCovered = std::ranges::any_of(
+            trees, [&](const std::string& tree) { return path.starts_with(tree); });
+        if (!path.empty() && !isCovered) trees.push_back(std::move(path));
+    };
+    for (const Mount& mount : mounts) {
+        if (mount.device == roots_[root].device && isSilentType(mount.type)) add("");
+    }
+    for (auto mount = mounts.begin(); mount != mounts.end(); ++mount) {
+        const std::string_view below = pathBelow(root, *mount);
+        if (below.empty() || !isSilentType(mount->type)) continue;
+        const bool isHidden = std::any_of(mount + 1, mounts.end(), [&](const Mount& later) {
+            return later.point == mount->point;
+        });
+        if (!isHidden) add(below);
+    }
+    return trees;
 }
 
 bool RootWatch::needsLook() const {
@@ -106,7 +155,8 @@ void RootWatch::look(size_t index) {
     leaveWay(index);
     const TrailEnd end = follow(index);
     if (end.error == 0) {
-        root.realPath = end.folder;
+        root.realPath = withoutDots(end.folder);
+        root.device = deviceOf(end.folder);
         const bool relist = look == Look::wholeTree || look == Look::moved;
         const int folder = folders_.watchRoot(index, relist);
         if (hasVanished(folder)) mark(index, Look::whereItIs);
@@ -116,6 +166,7 @@ void RootWatch::look(size_t index) {
     } else {
         folders_.loseRoot(index);
         root.realPath.clear();
+        root.device.clear();
         root.folder = 0;
         root.problem = posixError(end.error, root.given.str()).description;
     }

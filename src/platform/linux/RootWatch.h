@@ -3,11 +3,13 @@
 #include "platform/FileEvents.h"
 #include "platform/linux/FolderWatch.h"
 #include "platform/linux/Inotify.h"
+#include "platform/linux/MountTable.h"
 #include "platform/linux/RootTrail.h"
 
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace larkspan::platform {
@@ -23,7 +25,7 @@ class RootWatch {
     // Takes notice of events on the way to a root; lookAtNext() acts on them.
     void handle(const InotifyEvent& event);
     // Takes notice that volumes were mounted or unmounted.
-    void mountsChanged(const std::vector<std::string>& mountPoints);
+    void mountsChanged(const std::vector<Mount>& mounts);
     // Whether a root is still to be looked at. At first all are.
     bool needsLook() const;
     // Whether one is still to be looked at for the first time.
@@ -31,6 +33,10 @@ class RootWatch {
     // Looks where the first of the roots concerned is now, and reports it when it came, went or was
     // replaced. Gives the root when it was looked at for the first time: then nothing is reported.
     std::optional<size_t> lookAtNext();
+
+    // The trees in the root, by the paths they are reported under and the root itself first, whose
+    // file systems do not report what others change in them.
+    std::vector<std::string> silentTrees(size_t root, const std::vector<Mount>& mounts) const;
 
     // Whether a root can be found again only by looking for it from time to time.
     bool hasUnwatchedWay() const;
@@ -47,6 +53,7 @@ class RootWatch {
     struct Root {
         Path given;
         std::string realPath;  // without links; "" while missing
+        std::string device;    // of its file system, as in Mount; "" while missing
         int folder = 0;        // 0 while there is none that is watched
         bool wayIsWatched = true;
         std::string problem;  // why its path leads to no folder; "" when it does
@@ -60,6 +67,7 @@ class RootWatch {
     };
 
     void look(size_t root);
+    std::string_view pathBelow(size_t root, const Mount& mount) const;
     void leaveWay(size_t root);
     TrailEnd follow(size_t root);
     int step(size_t root, const std::string& place, std::uint32_t mask, std::string awaited);
