@@ -66,6 +66,7 @@ void ScanRuns::lookForProjects(const Path& path) {
 void ScanRuns::run() {
     const Requests requests =
         requests_.with([](Requests& waiting) { return std::exchange(waiting, Requests()); });
+    if (requests.everything) engine_.resumeRemovals();  // docs/behaviour.md, own 24
     const auto listing =
         engine_.listProjects(requests.everything ? Look::atEverySetting : Look::atTheStoreFolder);
     if (listing) {

@@ -104,12 +104,11 @@ void Retention::manageBackups(const ProjectListing& listing,
         return;
     }
     std::vector<Path> removed;
-    bool isComplete = true;
     for (const std::string& folderName : projects) {
-        isComplete = manageProject(listing, folderName, rules, removed);
-        if (!isComplete) break;
+        if (!manageProject(listing, folderName, rules, removed)) break;
     }
-    if (isComplete && !removed.empty() && rules.removesSynced) removeSyncedFiles_(removed);
+    // docs/behaviour.md, own 24
+    if (!removed.empty() && rules.removesSynced) removeSyncedFiles_(removed);
 }
 
 bool Retention::manageProject(const ProjectListing& listing, const std::string& folderName,

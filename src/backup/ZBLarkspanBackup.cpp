@@ -223,6 +223,10 @@ void ZBLarkspanBackup::removeSyncedFiles(const std::vector<Path>& versions) {
     mirror_.removeSyncedFiles(versions);
 }
 
+void ZBLarkspanBackup::resumeRemovals() {
+    mirror_.resumeRemovals();
+}
+
 void ZBLarkspanBackup::removeSyncedProjects(const std::vector<Path>& projects) {
     mirror_.removeSyncedProjects(projects);
 }

@@ -131,6 +131,8 @@ class ZBLarkspanBackup {
     void downloadFile(const RemotePath& file, const Path& toPath);
     // Removes the copies of versions, given by their paths in the store.
     void removeSyncedFiles(const std::vector<Path>& versions);
+    // Starts the removals of copies that were not done yet.
+    void resumeRemovals();
     // Removes all copies of projects, given by their folders in the store.
     void removeSyncedProjects(const std::vector<Path>& projects);
     // Asks which versions of a project lie there.

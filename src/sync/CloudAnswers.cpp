@@ -25,8 +25,13 @@ std::string text(const Json& json, bool asciiOnly) {
 }
 
 Json commitOf(const RemotePath& path, const std::optional<std::string>& parentRevision) {
-    // A version that is uploaded again replaces itself, so that there is one file for each version.
-    Json commit{{"path", path.text}, {"mode", "overwrite"}, {"mute", true}};
+    // Nothing is ever replaced; the same bytes under the same name are no conflict
+    // (docs/behaviour.md, own 23).
+    Json commit{{"path", path.text},
+                {"mode", "add"},
+                {"autorename", false},
+                {"strict_conflict", false},
+                {"mute", true}};
     if (parentRevision) commit["mode"] = {{".tag", "update"}, {"update", *parentRevision}};
     return commit;
 }

@@ -40,6 +40,11 @@ constexpr std::array table{
 
 }  // namespace
 
+bool isNameTaken(const Error& error) {
+    return error.is(cloudErrorDomain, cloudstatus::conflict) &&
+           error.description.find("path/conflict") != std::string::npos;
+}
+
 std::string uploadFailureMessage(const Error& error) {
     for (const Row& row : table) {
         const bool fitsDomain = row.domain == Domain::any || error.domain == urlErrorDomain;

@@ -42,6 +42,9 @@ inline constexpr long quotaExceeded = 507;
 
 }  // namespace cloudstatus
 
+// Whether something else has the name that a file was to be stored under.
+bool isNameTaken(const Error& error);
+
 // What a person is told about a failed upload: what to make of it, then the error's own words.
 std::string uploadFailureMessage(const Error& error);
 

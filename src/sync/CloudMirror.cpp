@@ -12,7 +12,9 @@
 #include "platform/Clock.h"
 #include "platform/Files.h"
 #include "platform/MainThread.h"
+#include "sync/CloudAccount.h"
 #include "sync/CloudErrors.h"
+#include "sync/MirrorRecords.h"
 
 #include <utility>
 
@@ -71,10 +73,6 @@ std::string nameWithoutExtension(const Path& path) {
     return Path(path.lastPathComponent()).deletingPathExtension().str();
 }
 
-std::string archiveName(const Path& version) {
-    return version.lastPathComponent() + ".zip";
-}
-
 }  // namespace
 
 RemotePath cloudlayout::projectFolderOfVersion(const Path& version) {
@@ -85,8 +83,8 @@ RemotePath cloudlayout::projectFolder(const Path& project) {
     return {"/" + nameWithoutExtension(project)};
 }
 
-RemotePath cloudlayout::archiveOfVersion(const Path& version) {
-    return {projectFolderOfVersion(version).text + "/" + archiveName(version)};
+RemotePath cloudlayout::fileOfVersion(const Path& version, const std::string& name) {
+    return {projectFolderOfVersion(version).text + "/" + name};
 }
 
 bool mayShowSyncError(const Value* lastShown, Date now) {
@@ -124,6 +122,7 @@ DBRestClient* CloudMirror::restClient() {
 
 void CloudMirror::removeRestClient() {
     uploads_.clear();
+    removals_.clear();
     client_.reset();
 }
 
@@ -170,10 +169,24 @@ void CloudMirror::startUpload() {
         uploads_.clear();
         return;
     }
+    uploads_.front().file = packed(uploads_.front());
+    tryNextName();
+}
+
+std::string CloudMirror::Upload::name() const {
+    return nameOfTry(file.lastPathComponent(), tries);
+}
+
+// docs/behaviour.md, own 23
+void CloudMirror::tryNextName() {
     Upload& upload = uploads_.front();
-    const Path file = packed(upload);
-    client->uploadFile(file.lastPathComponent(),
-                       cloudlayout::projectFolderOfVersion(upload.version), std::nullopt, file);
+    ++upload.tries;
+    // Until it is there nothing in the mirror is the version's, but under a name that was free.
+    const bool isNew = upload.archive && upload.tries > 1;
+    mirrorrecords::noteRemoteName(upload.version,
+                                  isNew ? std::optional(upload.name()) : std::nullopt);
+    client_->uploadFile(upload.name(), cloudlayout::projectFolderOfVersion(upload.version),
+                        std::nullopt, upload.file);
 }
 
 // The archive, or the version itself when it cannot be packed.
@@ -201,6 +214,11 @@ void CloudMirror::uploadEnded() {
 void CloudMirror::uploadedFile(DBRestClient&, const RemotePath&, const Path& from,
                                const DBMetadata&) {
     reportToConsole("upload complete");
+    if (!uploads_.empty()) {
+        const Upload& upload = uploads_.front();
+        const bool hasUsualName = upload.archive && upload.tries == 1;
+        if (hasUsualName) mirrorrecords::forgetRemoteName(upload.version);
+    }
     uploadEnded();
     if (uploadProcess_) {
         uploadProcess_->setBadge("");
@@ -221,6 +239,9 @@ void CloudMirror::uploadProgress(DBRestClient&, double progress, const RemotePat
 }
 
 void CloudMirror::uploadFileFailedWithError(DBRestClient&, const Error& error) {
+    constexpr int mostNames = 20;
+    const bool hasOtherNames = !uploads_.empty() && uploads_.front().tries < mostNames;
+    if (isNameTaken(error) && hasOtherNames) return tryNextName();
     uploadEnded();
     if (uploadProcess_) {
         showUploadFailure(error);
@@ -243,34 +264,84 @@ void CloudMirror::showUploadFailure(const Error& error) const {
 
 void CloudMirror::removeSyncedFiles(const std::vector<Path>& versions) {
     ZBLog::appendLog("Removing files from Dropbox: %@", textsOf(versions));
-    remove(versions, cloudlayout::archiveOfVersion);
+    if (!isSyncOn(Preferences::frontEnd())) return;
+    if (isFrontEnd()) {
+        for (const Path& version : versions) removeVersion(version);
+        return;
+    }
+    std::vector<Path> kept = versions;
+    // The list that a process gets would tell two versions.
+    std::erase_if(kept,
+                  [](const Path& version) { return version.str().find(',') != std::string::npos; });
+    // Without an account nothing of them is there.
+    if (cloudaccounts::load()) mirrorrecords::addRemovals(kept);
+    startRemovals(versions);
+}
+
+void CloudMirror::resumeRemovals() {
+    if (isFrontEnd() || !isSyncOn(Preferences::frontEnd())) return;
+    const std::vector<Path> versions = mirrorrecords::removals();
+    if (versions.empty() || !cloudaccounts::load()) return;
+    ZBLog::appendLog("Removing files from Dropbox: %@", textsOf(versions));
+    startRemovals(versions);
+}
+
+void CloudMirror::startRemovals(const std::vector<Path>& items) {
+    // Another path than that of uploads, deliberately: both lead to the program.
+    for (std::string& list : removalLists(items, largestRemovalList)) {
+        transfers_.add({.executable = besideHelper("MacOS/Larkspan"),
+                        .arguments = {"-removeRemote", std::move(list)}});
+    }
 }
 
 void CloudMirror::removeSyncedProjects(const std::vector<Path>& projects) {
     ZBLog::appendLog("Removing projects from Dropbox: %@", textsOf(projects));
-    remove(projects, cloudlayout::projectFolder);
-}
-
-void CloudMirror::remove(const std::vector<Path>& items, RemotePath (*remotePath)(const Path&)) {
     if (!isSyncOn(Preferences::frontEnd())) return;
-    if (!isFrontEnd()) {
-        // Another path than that of uploads, deliberately: both lead to the program.
-        for (std::string& list : removalLists(items, largestRemovalList)) {
-            transfers_.add({.executable = besideHelper("MacOS/Larkspan"),
-                            .arguments = {"-removeRemote", std::move(list)}});
-        }
-        return;
-    }
+    if (!isFrontEnd()) return startRemovals(projects);
     DBRestClient* client = restClient();
     if (!client) return;
-    for (const Path& item : items) client->deletePath(remotePath(item));
+    for (const Path& project : projects) {
+        removals_.emplace_back(std::nullopt);
+        client->deletePath(cloudlayout::projectFolder(project));
+    }
+}
+
+void CloudMirror::removeVersion(const Path& version) {
+    DBRestClient* client = restClient();
+    if (!client) return;
+    const auto name = mirrorrecords::remoteName(version);
+    if (name && *name) {
+        removals_.emplace_back(version);
+        return client->deletePath(cloudlayout::fileOfVersion(version, **name));
+    }
+    if (!name) {
+        ZBLog::appendLog("Failed to delete Dropbox file: %@", name.error().description);
+        return post("ZBLarkspanRemoveRemoteFileFailed", failureOfNoFile(name.error()));
+    }
+    // It never got there: what has its name is another version's.
+    mirrorrecords::forgetRemoteName(version);
+    mirrorrecords::removalIsDone(version);
+    const RemotePath file = cloudlayout::fileOfVersion(version, archiveName(version));
+    post("ZBLarkspanRemoveRemoteFile", Value::Dictionary{{"filename", file.text}});
+}
+
+// The client carries requests out in their order.
+void CloudMirror::removalEnded(bool isDone) {
+    if (removals_.empty()) return;
+    const std::optional<Path> version = std::move(removals_.front());
+    removals_.pop_front();
+    if (!version || !isDone) return;
+    mirrorrecords::forgetRemoteName(*version);
+    mirrorrecords::removalIsDone(*version);
 }
 
 void CloudMirror::deletedPath(DBRestClient&, const RemotePath& path) {
+    removalEnded(true);
     post("ZBLarkspanRemoveRemoteFile", Value::Dictionary{{"filename", path.text}});
 }
 
 void CloudMirror::deletePathFailedWithError(DBRestClient&, const Error& error) {
+    removalEnded(error.is(cloudErrorDomain, cloudstatus::notFound));
     ZBLog::appendLog("Failed to delete Dropbox file: %@", error.description);
     post("ZBLarkspanRemoveRemoteFileFailed", failureOfNoFile(error));
 }

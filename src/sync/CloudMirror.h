@@ -56,8 +56,11 @@ class CloudMirror final : private DBRestClientDelegate {
 
     void uploadFileToCloud(const Path& version);
     void downloadFile(const RemotePath& file, const Path& toPath);
-    // A list that is too long for one process goes to several.
+    // The helper writes down what is to be removed, and starts a process for it; a list that is too
+    // long for one goes to several.
     void removeSyncedFiles(const std::vector<Path>& versions);
+    // In the helper: starts what removals are written down and not done yet.
+    void resumeRemovals();
     void removeSyncedProjects(const std::vector<Path>& projects);
     void loadSyncedFileListForProjectUUID(const std::string& project);
 
@@ -73,13 +76,20 @@ class CloudMirror final : private DBRestClientDelegate {
     struct Upload {
         Path version;
         std::unique_ptr<TransferFile> archive;
+        Path file = {};
+        int tries = 0;  // at names
+
+        std::string name() const;
     };
 
     void startUpload();
     Path packed(Upload& upload) const;
+    void tryNextName();
     void uploadEnded();
     void showUploadFailure(const Error& error) const;
-    void remove(const std::vector<Path>& items, RemotePath (*remotePath)(const Path&));
+    void startRemovals(const std::vector<Path>& items);
+    void removeVersion(const Path& version);
+    void removalEnded(bool isDone);
 
     void loadedMetadata(DBRestClient&, const DBMetadata& metadata) override;
     void metadataUnchangedAtPath(DBRestClient&, const RemotePath& path) override;
@@ -96,7 +106,8 @@ class CloudMirror final : private DBRestClientDelegate {
     void loadFileFailedWithError(DBRestClient&, const Error& error) override;
 
     std::optional<UploadProcess> uploadProcess_;
-    std::deque<Upload> uploads_;  // the first is under way
+    std::deque<Upload> uploads_;                // the first is under way
+    std::deque<std::optional<Path>> removals_;  // asked for, in order; empty for a whole project
     std::unique_ptr<DBRestClient> client_;
     TransferQueue transfers_;
 };
@@ -108,9 +119,8 @@ namespace cloudlayout {
 RemotePath projectFolderOfVersion(const Path& version);
 // "/PROJECT", of PROJECT.localized.
 RemotePath projectFolder(const Path& project);
-// "/PROJECT/NAME.zip". A version that was uploaded without being packed lies elsewhere and is not
-// removed, deliberately.
-RemotePath archiveOfVersion(const Path& version);
+// "/PROJECT/NAME". A version that was uploaded without being packed is not removed, deliberately.
+RemotePath fileOfVersion(const Path& version, const std::string& name);
 
 }  // namespace cloudlayout
 

@@ -18,6 +18,7 @@ namespace {
 
 constexpr size_t mostEntries = 1'000'000;
 constexpr size_t mostPages = 10'000;
+constexpr int mostEmptyPages = 100;  // in a row
 
 platform::Platform& current() {
     return platform::Platform::current();
@@ -190,13 +191,17 @@ Result<DBMetadata> CloudService::listFolder(const RemotePath& folder) {
     listed.path = folder;
     listed.isDirectory = true;
     auto answer = sendJson("files/list_folder", cloudarguments::listFolder(folder));
+    int emptyPages = 0;
     for (size_t pages = 1;; ++pages) {
         if (!answer) return answer.error();
         auto page = cloudanswers::listedPage(answer->body);
         if (!page) return page.error();
+        emptyPages = page->entries.empty() ? emptyPages + 1 : 0;
         std::ranges::move(page->entries, std::back_inserter(listed.contents));
         if (!page->hasMore) return listed;
-        if (listed.contents.size() > mostEntries || pages >= mostPages) {
+        // docs/behaviour.md, own 26
+        if (listed.contents.size() > mostEntries || pages >= mostPages ||
+            emptyPages > mostEmptyPages) {
             return badResponse("The folder in the cloud has no end.");
         }
         answer = sendJson("files/list_folder/continue",

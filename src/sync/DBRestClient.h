@@ -29,8 +29,8 @@ class DBRestClient {
     // Not owned; may be null.
     void setDelegate(DBRestClientDelegate* delegate) { delegate_ = delegate; }
 
-    // Uploads a local file as `filename` into the folder `toPath`. Without a parent revision it
-    // replaces what has that name there.
+    // Uploads a local file as `filename` into the folder `toPath`. Without a parent revision
+    // it replaces nothing: other content under that name is an error (isNameTaken).
     void uploadFile(const std::string& filename, const RemotePath& toPath,
                     const std::optional<std::string>& withParentRev, const Path& fromPath);
     // A folder with what lies in it.

@@ -9,6 +9,7 @@
 #include "support/TemporaryFolder.h"
 
 #include <cerrno>
+#include <filesystem>
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>

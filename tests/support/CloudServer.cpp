@@ -43,6 +43,7 @@ struct State {
     bool knowsAccount = true;
     bool revoked = false;
     bool discards = false;
+    bool listsWithoutEnd = false;
 
     std::string fresh(const std::string& what) { return what + std::to_string(++given); }
 };
@@ -125,6 +126,12 @@ struct CloudServer::Server {
 
     static void store(State& known, const Json& commit, Stored stored, Response& response) {
         const std::string path = commit.at("path");
+        const auto there = known.files.find(path);
+        if (commit.at("mode") == "add" && there != known.files.end()) {
+            const bool isSame = there->second.bytes == stored.bytes;
+            if (!isSame) return refuse(response, 409, "path/conflict/file/.");
+            return answer(response, metadata(path, there->second));
+        }
         stored.modified = "2026-02-03T04:05:06Z";
         const Json json = metadata(path, stored);
         known.files.insert_or_assign(path, std::move(stored));
@@ -175,7 +182,7 @@ struct CloudServer::Server {
         }
         left.erase(left.begin(), left.begin() + static_cast<std::ptrdiff_t>(count));
         const std::string cursor = known.fresh("cursor-");
-        const bool hasMore = !left.empty();
+        const bool hasMore = !left.empty() || known.listsWithoutEnd;
         known.pages[cursor] = std::move(left);
         answer(response, {{"entries", entries}, {"cursor", cursor}, {"has_more", hasMore}});
     }
@@ -412,6 +419,10 @@ std::vector<std::string> CloudServer::paths() const {
 
 void CloudServer::setPageSize(size_t entries) {
     server_->state.with([&](State& known) { known.pageSize = entries; });
+}
+
+void CloudServer::listWithoutEnd() {
+    server_->state.with([](State& known) { known.listsWithoutEnd = true; });
 }
 
 void CloudServer::discardContents() {

@@ -63,6 +63,8 @@ class CloudServer {
     std::optional<std::string> content(const std::string& path) const;
     std::vector<std::string> paths() const;
     void setPageSize(size_t entries);
+    // Every page of a listing says that there are more.
+    void listWithoutEnd();
     // Uploads are counted, not kept.
     void discardContents();
 

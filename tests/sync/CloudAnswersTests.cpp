@@ -17,10 +17,12 @@ TEST(CloudArguments, InHeadersTheyAreAscii) {
     EXPECT_EQ(cloudarguments::path({"/A/\xff\n"}), R"({"path":"/A/\ufffd\n"})");
     EXPECT_EQ(cloudarguments::append("S", 5'000'000'000),
               R"({"cursor":{"offset":5000000000,"session_id":"S"}})");
-    EXPECT_EQ(cloudarguments::upload({"/A/b"}, std::nullopt),
-              R"({"mode":"overwrite","mute":true,"path":"/A/b"})");
+    EXPECT_EQ(
+        cloudarguments::upload({"/A/b"}, std::nullopt),
+        R"({"autorename":false,"mode":"add","mute":true,"path":"/A/b","strict_conflict":false})");
     EXPECT_EQ(cloudarguments::upload({"/A/b"}, "rev"),
-              R"({"mode":{".tag":"update","update":"rev"},"mute":true,"path":"/A/b"})");
+              R"({"autorename":false,"mode":{".tag":"update","update":"rev"},"mute":true,)"
+              R"("path":"/A/b","strict_conflict":false})");
 }
 
 TEST(CloudArguments, FormsEncodeWhatSeparates) {

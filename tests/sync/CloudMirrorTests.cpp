@@ -2,6 +2,7 @@
 #include "kit/ZBFileManager.h"
 #include "support/CloudTest.h"
 #include "sync/CloudMirror.h"
+#include "sync/MirrorRecords.h"
 
 #include <cerrno>
 
@@ -131,9 +132,9 @@ TEST_F(CloudMirrorTest, WhatCannotBePackedGoesAsItIsAndStaysInTheStore) {
     EXPECT_EQ(next().name, "ZBLarkspanSyncComplete");
     EXPECT_EQ(server.content("/AAAA/Cut.00003.fcp"), "version");
     EXPECT_EQ(contentOf(version), "version");
-    // Its removal looks for the archive.
+    // Only archives are removed.
     mirror.removeSyncedFiles({version});
-    EXPECT_EQ(next().name, "ZBLarkspanRemoveRemoteFileFailed");
+    EXPECT_EQ(next().name, "ZBLarkspanRemoveRemoteFile");
     EXPECT_EQ(server.content("/AAAA/Cut.00003.fcp"), "version");
 }
 
@@ -258,6 +259,61 @@ TEST_F(CloudMirrorTest, RemovalsDeleteTheArchivesAndProjects) {
     EXPECT_THAT(lines[0], StartsWith("Removing files from Dropbox: ("));
     EXPECT_THAT(lines[1], StartsWith("Failed to delete Dropbox file: The cloud service answered"));
     EXPECT_THAT(lines[2], StartsWith("Removing projects from Dropbox: ("));
+}
+
+TEST_F(CloudMirrorTest, WhatLiesThereIsNeverReplacedNorRemovedForAnother) {
+    server.put("/AAAA/Cut.00001.fcp.zip", "the only copy");
+    server.put("/AAAA/Cut (2).00001.fcp.zip", "another");
+    const Path version = addVersion("Cut.00001.fcp", "numbers began again");
+    mirror.uploadFileToCloud(version);
+    EXPECT_EQ(next().name, "ZBLarkspanSyncComplete");
+    EXPECT_EQ(unpacked("/AAAA/Cut (3).00001.fcp.zip", "Cut.00001.fcp"), "numbers began again");
+    EXPECT_EQ(server.content("/AAAA/Cut.00001.fcp.zip"), "the only copy");
+
+    mirror.removeSyncedFiles({version});
+    EXPECT_EQ(*next().userInfo.find("filename"), Value("/AAAA/Cut (3).00001.fcp.zip"));
+    EXPECT_THAT(server.paths(),
+                ElementsAre("/AAAA/Cut (2).00001.fcp.zip", "/AAAA/Cut.00001.fcp.zip"));
+
+    // Of one that never got there nothing is removed either.
+    server.failOnce("files/upload", {.status = 507});
+    mirror.uploadFileToCloud(version);
+    EXPECT_EQ(next().name, "ZBLarkspanSyncFailed");
+    mirror.removeSyncedFiles({version});
+    EXPECT_EQ(next().name, "ZBLarkspanRemoveRemoteFile");
+    EXPECT_THAT(server.paths(), SizeIs(2));
+}
+
+TEST_F(CloudMirrorTest, AnUploadThatIsMadeAgainIsNoOther) {
+    const Path version = addVersion("Cut.00001.fcp");
+    for (int upload = 0; upload < 2; ++upload) {
+        mirror.uploadFileToCloud(version);
+        EXPECT_EQ(next().name, "ZBLarkspanSyncComplete");
+    }
+    EXPECT_THAT(server.paths(), ElementsAre("/AAAA/Cut.00001.fcp.zip"));
+}
+
+TEST_F(CloudMirrorTest, RemovalsAreKeptUntilTheyAreDone) {
+    server.put("/AAAA/Cut.00001.fcp.zip", "x");
+    server.put("/AAAA/Cut.00002.fcp.zip", "x");
+    const std::vector<Path> removed = {versions / "Cut.00001.fcp", versions / "Cut.00002.fcp",
+                                       versions / "gone.00001.fcp", versions / "a,b.00001.fcp"};
+    becomeProgram("com.corvane.LarkspanHelper");
+    {
+        CloudMirror helpers;
+        helpers.removeSyncedFiles(removed);
+    }
+    EXPECT_THAT(mirrorrecords::removals(), ElementsAre(removed[0], removed[1], removed[2]));
+
+    becomeProgram(frontEndBundleIdentifier);
+    server.failOnce("files/delete_v2", {.status = 500}, 2);
+    mirror.removeSyncedFiles({removed[0], removed[1], removed[2]});
+    for (int i = 0; i < 3; ++i) (void)next();
+    EXPECT_THAT(mirrorrecords::removals(), ElementsAre(removed[1]));
+    mirror.removeSyncedFiles(mirrorrecords::removals());
+    (void)next();
+    EXPECT_THAT(mirrorrecords::removals(), IsEmpty());
+    EXPECT_THAT(server.paths(), IsEmpty());
 }
 
 TEST_F(CloudMirrorTest, AListingHasThreeParallelArrays) {

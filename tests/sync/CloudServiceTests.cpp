@@ -20,6 +20,7 @@ class CloudServiceTest : public testing::CloudTest {
     }
     Result<DBMetadata> upload(const std::string& content, const RemotePath& target = {"/P/a.zip"}) {
         writeFile(Path("/Temp/a.zip"), content);
+        (void)service().deletePath(target);  // nothing is replaced
         return service().uploadFile(Path("/Temp/a.zip"), target, std::nullopt,
                                     [this](double done) { told.push_back(done); });
     }
@@ -31,7 +32,8 @@ TEST_F(CloudServiceTest, UploadsAFileInOneRequest) {
     ASSERT_TRUE(stored) << stored.error().description;
     EXPECT_EQ(stored->totalBytes, 7U);
     EXPECT_EQ(server.content("/P/a.zip"), "content");
-    EXPECT_THAT(server.requests(), ElementsAre("oauth2/token", "files/upload"));
+    EXPECT_THAT(server.requests(),
+                ElementsAre("oauth2/token", "files/delete_v2", "oauth2/token", "files/upload"));
     ASSERT_FALSE(told.empty());
     EXPECT_EQ(told.back(), 1.0);
     ASSERT_TRUE(upload(""));
@@ -54,6 +56,14 @@ TEST_F(CloudServiceTest, NamesOfEveryKindComeBackAsTheyWere) {
         ASSERT_FALSE(service().deletePath({name}));
         EXPECT_THAT(server.paths(), IsEmpty());
     }
+}
+
+TEST_F(CloudServiceTest, AListingWithoutEndIsAnError) {
+    server.put("/P/a.zip", "a");
+    server.listWithoutEnd();
+    const auto listed = service().listFolder({"/P"});
+    ASSERT_FALSE(listed);
+    EXPECT_THAT(listed.error().description, ::testing::HasSubstr("has no end"));
 }
 
 TEST_F(CloudServiceTest, LargeFilesGoInChunks) {
