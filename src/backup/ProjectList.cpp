@@ -41,6 +41,13 @@ bool ProjectList::isUnchanged(const std::optional<Seen>& before, const platform:
            then.attributeChangeDate == now.attributeChangeDate;
 }
 
+ProjectList::Known& ProjectList::known(const std::string& folderName) {
+    if (!asked_ || asked_->first != folderName) {
+        asked_ = &*known_.try_emplace(folderName).first;
+    }
+    return asked_->second;
+}
+
 Result<ProjectListing> ProjectList::list(const Path& root, Look look) {
     const std::lock_guard lock(mutex_);
     ProjectListing listing{.root = root, .store = nullptr, .projects = {}, .unreadable = {}};
@@ -48,16 +55,17 @@ Result<ProjectListing> ProjectList::list(const Path& root, Look look) {
     if (!store && isMissing(store.error())) return listing;
     if (!store) return store.error();
     if (root != root_) {
+        listed_.clear();
+        asked_ = nullptr;
         known_.clear();
-        names_.clear();
         rootFolder_.reset();
     }
     root_ = root;
     if (auto error = listStore(**store, look)) return *error;
     listing.store = std::move(*store);
-    listing.projects.reserve(names_.size());
-    for (const std::string& name : names_) {
-        const Known& known = known_[name];
+    listing.projects.reserve(listed_.size());
+    for (const KnownProject* project : listed_) {
+        const auto& [name, known] = *project;
         if (!known.isUnreadable) {
             if (known.entry) listing.projects.push_back(*known.entry);
         } else if (known.entry) {
@@ -79,12 +87,14 @@ std::optional<Error> ProjectList::listStore(platform::Folder& store, Look look) 
     });
     if (!entries) return entries.error();
     bool isReadable = true;
-    names_.clear();
+    listed_.clear();
+    asked_ = nullptr;
     for (const platform::DirectoryEntry& entry : *entries) {
-        Known& known = known_[entry.name];
+        KnownProject& project = *known_.try_emplace(entry.name).first;
+        Known& known = project.second;
         known.metIn = listings_;
         readSettings(store, entry.name, known);
-        names_.push_back(entry.name);
+        listed_.push_back(&project);
         isReadable = isReadable && !known.isUnreadable;
     }
     std::erase_if(known_, [this](const auto& item) { return item.second.metIn != listings_; });
@@ -137,7 +147,7 @@ void ProjectList::complain(const std::string& folderName, const Error& error) co
 Result<std::optional<NewestVersion>> ProjectList::newestVersion(platform::Folder& store,
                                                                 const std::string& folderName) {
     const std::lock_guard lock(mutex_);
-    Known& known = known_[folderName];
+    Known& known = this->known(folderName);
     if (const auto error = lookAtVersions(store, folderName, known)) return *error;
     if (!known.newestName) return std::optional<NewestVersion>();
     const auto version =
@@ -186,7 +196,7 @@ std::optional<Error> ProjectList::listVersions(platform::Folder& store,
 bool ProjectList::hasNothingToRemove(platform::Folder& store, const std::string& folderName,
                                      const RetentionRules& rules) {
     const std::lock_guard lock(mutex_);
-    Known& known = known_[folderName];
+    Known& known = this->known(folderName);
     known.versionsForRetention.reset();
     if (known.versions && known.versionsLookedAtIn == listings_) {
         known.versionsForRetention = known.versions;
@@ -201,7 +211,7 @@ bool ProjectList::hasNothingToRemove(platform::Folder& store, const std::string&
 void ProjectList::noteNothingToRemove(const std::string& folderName, const RetentionRules& rules,
                                       Date until) {
     const std::lock_guard lock(mutex_);
-    Known& known = known_[folderName];
+    Known& known = this->known(folderName);
     known.quiet.reset();
     if (known.versionsForRetention) {
         known.quiet = Quiet{rules, until, *known.versionsForRetention};
@@ -210,14 +220,14 @@ void ProjectList::noteNothingToRemove(const std::string& folderName, const Reten
 
 std::optional<long> ProjectList::versionCount(const std::string& folderName) {
     const std::lock_guard lock(mutex_);
-    const Known& known = known_[folderName];
+    const Known& known = this->known(folderName);
     const bool isKnown = known.versions && known.versionsLookedAtIn == listings_;
     return isKnown ? std::optional(known.versionCount) : std::nullopt;
 }
 
 void ProjectList::forgetVersions(const std::string& folderName) {
     const std::lock_guard lock(mutex_);
-    Known& known = known_[folderName];
+    Known& known = this->known(folderName);
     known.versions.reset();
     known.quiet.reset();
     known.settledProject.reset();
@@ -226,12 +236,12 @@ void ProjectList::forgetVersions(const std::string& folderName) {
 
 void ProjectList::noteSettled(const std::string& folderName, const platform::FileInfo& project) {
     const std::lock_guard lock(mutex_);
-    known_[folderName].settledProject = seen(project);
+    known(folderName).settledProject = seen(project);
 }
 
 bool ProjectList::isSettled(const std::string& folderName, const platform::FileInfo& project) {
     const std::lock_guard lock(mutex_);
-    return isUnchanged(known_[folderName].settledProject, project);
+    return isUnchanged(known(folderName).settledProject, project);
 }
 
 }  // namespace larkspan

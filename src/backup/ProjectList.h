@@ -122,6 +122,9 @@ class ProjectList {
         long metIn = 0;               // the same
     };
 
+    using KnownProject = std::pair<const std::string, Known>;
+
+    Known& known(const std::string& folderName);
     Seen seen(const platform::FileInfo& info) const;
     static bool isUnchanged(const std::optional<Seen>& before, const platform::FileInfo& now);
     std::optional<Error> listStore(platform::Folder& store, Look look);
@@ -142,7 +145,8 @@ class ProjectList {
     std::optional<Seen> rootFolder_;
     long listings_ = 0;
     std::unordered_map<std::string, Known> known_;  // by the names of the projects' folders
-    std::vector<std::string> names_;                // of the last listing, in its order
+    std::vector<KnownProject*> listed_;             // of those, in the order of the last listing
+    KnownProject* asked_ = nullptr;                 // the last one: questions come in rows
 };
 
 }  // namespace larkspan
