@@ -20,6 +20,11 @@ void reportUnreadable(Context& context, const Store& store) {
     }
 }
 
+void reportUnreadable(Context& context, const StoredProject& project, const Error& error) {
+    context.output.message("The versions of " + printable(project.displayName()) +
+                           " cannot be read: " + printable(error.description));
+}
+
 ExitStatus projects(const Arguments& arguments, Context& context) {
     const auto root = storeRoot(context);
     if (!root) return ExitStatus::failed;
@@ -31,16 +36,18 @@ ExitStatus projects(const Arguments& arguments, Context& context) {
     for (const StoredProject& project : sortedByName(store.projects())) {
         const auto versions = store.versions(project);
         const bool exists = files.exists(project.path);
-        const std::string newest = versions.empty() ? "" : dateText(versions.back().saved);
-        table.addRow({project.displayName(), std::to_string(versions.size()), newest,
+        const bool hasVersions = versions && !versions->empty();
+        table.addRow({project.displayName(), versions ? std::to_string(versions->size()) : "?",
+                      hasVersions ? dateText(versions->back().saved) : "",
                       project.path.str() + (exists ? "" : " (missing)"), project.id.text});
         Value::Dictionary fields{{"name", project.displayName()},
                                  {"id", project.id.text},
                                  {"path", project.path.str()},
-                                 {"exists", exists},
-                                 {"versions", versions.size()}};
-        if (!versions.empty()) fields.emplace("newest", versions.back().saved);
+                                 {"exists", exists}};
+        if (versions) fields.emplace("versions", versions->size());
+        if (hasVersions) fields.emplace("newest", versions->back().saved);
         list.emplace_back(std::move(fields));
+        if (!versions) reportUnreadable(context, project, versions.error());
     }
     if (arguments.has("json")) {
         context.output.line(json(list));
@@ -63,7 +70,8 @@ constinit const Command projectsCommand{
     .description =
         "Lists every project that the version store knows, with the number of its "
         "versions and\nthe date of the newest. Works without a helper. JSON fields: "
-        "name, id, path, exists,\nversions, newest (left out while there is none).",
+        "name, id, path, exists,\nversions (left out where they cannot be read), newest (left "
+        "out while there is none).",
     .example = "larkspan projects --json",
     .options = options,
     .run = projects};

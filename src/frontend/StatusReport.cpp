@@ -48,7 +48,13 @@ StoreStatus storeStatus(const Path& root, bool isChosen) {
     Store store(root);
     for (const StoredProject& project : store.projects()) {
         ++status.projects;
-        for (StoredVersion& version : store.versions(project)) {
+        auto versions = store.versions(project);
+        if (!versions) {
+            status.unreadableVersions.push_back(project.displayName() + ": " +
+                                                versions.error().description);
+            continue;
+        }
+        for (StoredVersion& version : *versions) {
             if (status.last && version.taken <= status.last->version.taken) continue;
             status.last = LastVersion{project, std::move(version)};
         }
@@ -171,6 +177,11 @@ std::vector<Trouble> storeTroubles(const StoreStatus& store) {
         troubles.push_back({"The settings of a project cannot be read: " + settings,
                             "Its versions are safe in that folder; the project is registered anew "
                             "when its folder is watched."});
+    }
+    for (const std::string& versions : store.unreadableVersions) {
+        troubles.push_back({"The versions of a project cannot be read: " + versions,
+                            "Check the rights to their folder, and the disk. Meanwhile no version "
+                            "of it is taken, and none is removed."});
     }
     return troubles;
 }

@@ -46,6 +46,7 @@ struct StoreStatus {
     size_t projects = 0;
     std::optional<LastVersion> last;
     std::vector<std::string> unreadable;  // settings, with the reason
+    std::vector<std::string> unreadableVersions;
 };
 
 // Whether projects are being backed up, from facts.

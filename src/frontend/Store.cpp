@@ -42,17 +42,18 @@ std::vector<StoredProject> Store::projects() {
     return projects;
 }
 
-std::vector<StoredVersion> Store::versions(const StoredProject& project) const {
+Result<std::vector<StoredVersion>> Store::versions(const StoredProject& project) const {
     const Path path = storelayout::projectFolder(root_, project.id) / storelayout::versionsName;
     const auto folder = files().openFolder(path);
-    if (!folder) return {};
+    if (!folder && isMissing(folder.error())) return std::vector<StoredVersion>();
+    if (!folder) return folder.error();
     std::map<VersionNumber, StoredVersion> copies;
     std::map<VersionNumber, Path> renditions;
     const auto isVisible = [](std::string_view name, platform::EntryKind) {
         return !isHiddenName(name);
     };
     const auto entries = (*folder)->entries(isVisible);
-    if (!entries) return {};
+    if (!entries) return entries.error();
     for (const platform::DirectoryEntry& entry : *entries) {
         const VersionNumber number = numberOfVersion(entry.name);
         if (number.value <= 0) continue;

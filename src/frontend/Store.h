@@ -44,8 +44,9 @@ class Store {
     const std::map<Path, Error>& unreadable() const { return unreadable_; }
 
     // The versions of a project by number. Hidden names and what bears no number are no versions;
-    // an XML rendition belongs to the version with its number.
-    std::vector<StoredVersion> versions(const StoredProject& project) const;
+    // an XML rendition belongs to the version with its number. None where there is no folder of
+    // versions; an error where it cannot be read.
+    Result<std::vector<StoredVersion>> versions(const StoredProject& project) const;
 
     // Bytes of a file, or of all files in a folder.
     static std::uint64_t size(const Path& item);

@@ -12,11 +12,14 @@ template <class IsWanted>
 StoreNews::News StoreNews::look(const IsWanted& isWanted) {
     News news;
     for (const StoredProject& project : store_.projects()) {
-        const auto [known, isNew] = known_.try_emplace(project.id);
-        if (isNew) news.projects.push_back(project);
+        const bool isNew = !known_.contains(project.id);
         if (!isNew && !isWanted(project)) continue;
+        auto versions = store_.versions(project);
+        if (!versions) continue;  // what is new in it is told when it can be read
+        if (isNew) news.projects.push_back(project);
+        const auto known = known_.try_emplace(project.id).first;
         std::set<VersionNumber> numbers;
-        for (StoredVersion& version : store_.versions(project)) {
+        for (StoredVersion& version : *versions) {
             numbers.insert(version.number);
             if (known->second.contains(version.number)) continue;
             news.versions.push_back({project, std::move(version)});

@@ -12,11 +12,12 @@ namespace {
 
 constexpr std::array options{jsonOption};
 
-void show(Context& context, const Store& store, const StoredProject& project, bool asJson) {
+void show(Context& context, const std::vector<StoredVersion>& versions,
+          const StoredProject& project, bool asJson) {
     using Align = Table::Align;
     Table table({{"NUMBER", Align::right}, {"SAVED"}, {"SIZE", Align::right}, {"FILE"}});
     Value::Array list;
-    for (const StoredVersion& version : store.versions(project)) {
+    for (const StoredVersion& version : versions) {
         const std::uint64_t size = Store::size(version.file);
         table.addRow({std::to_string(version.number.value), dateText(version.saved), sizeText(size),
                       version.file.str()});
@@ -37,13 +38,19 @@ void show(Context& context, const Store& store, const StoredProject& project, bo
     }
 }
 
-ExitStatus versions(const Arguments& arguments, Context& context) {
+ExitStatus listVersions(const Arguments& arguments, Context& context) {
     const auto root = storeRoot(context);
     if (!root) return ExitStatus::failed;
     Store store(*root);
     const auto project = projectArgument(arguments.words()[0], store, context);
     if (!project) return ExitStatus::failed;
-    show(context, store, *project, arguments.has("json"));
+    const auto versions = store.versions(*project);
+    if (!versions) {
+        context.output.error("The versions of " + printable(project->displayName()) +
+                             " cannot be read: " + printable(versions.error().description));
+        return ExitStatus::failed;
+    }
+    show(context, *versions, *project, arguments.has("json"));
     return ExitStatus::done;
 }
 
@@ -63,6 +70,6 @@ constinit const Command versionsCommand{
     .options = options,
     .fewestWords = 1,
     .mostWords = 1,
-    .run = versions};
+    .run = listVersions};
 
 }  // namespace larkspan

@@ -2,6 +2,8 @@
 #include "frontend/ProjectSearch.h"
 #include "frontend/StoreNews.h"
 
+#include <cerrno>
+
 #include <gmock/gmock.h>
 
 namespace larkspan {
@@ -102,6 +104,18 @@ TEST_F(ProjectsTest, VersionsAreNumberedFilesAndNothingElse) {
 )");
     EXPECT_THAT(run({"versions", "Film/Cut.fcp"}).output, HasSubstr("1.5 kB  /Store/AAAA"));
     EXPECT_THAT(run({"versions", "Other"}).messages, HasSubstr("has no version yet"));
+}
+
+TEST_F(ProjectsTest, VersionsThatCannotBeReadAreNotNone) {
+    fake.faults.refusePath(Path("/Store/AAAA.localized/Versions"), EACCES);
+    const auto versions = run({"versions", "aa"});
+    EXPECT_EQ(versions.status, ExitStatus::failed);
+    EXPECT_THAT(versions.messages, HasSubstr("The versions of Cut.fcp cannot be read: "));
+    const auto projects = run({"projects"});
+    EXPECT_THAT(projects.output, HasSubstr("Cut.fcp"));
+    EXPECT_THAT(projects.output, HasSubstr(" ?  "));
+    EXPECT_THAT(projects.messages, HasSubstr("The versions of Cut.fcp cannot be read: "));
+    EXPECT_THAT(run({"status"}).output, HasSubstr("The versions of a project cannot be read"));
 }
 
 TEST_F(ProjectsTest, AVersionOfAFolderIsAsLargeAsItsFiles) {
