@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -30,6 +31,15 @@ std::string digits(int number, size_t width) {
     return std::string(width - std::min(width, text.size()), '0') + text;
 }
 
+// Spread like identifiers that are drawn by lot.
+std::string projectFolderName(int number) {
+    constexpr std::uint32_t spread = 2654435761U;
+    std::array<char, 9> drawn{};
+    (void)std::snprintf(drawn.data(), drawn.size(), "%08X",
+                        static_cast<std::uint32_t>(number) * spread);
+    return std::string(drawn.data()) + "-0000-4000-8000-000000000000.localized";
+}
+
 void write(const fs::path& file, const std::string& content, fs::file_time_type date) {
     std::ofstream(file) << content;
     fs::last_write_time(file, date);
@@ -40,7 +50,7 @@ int make(const fs::path& store, const fs::path& work, int projects, int versions
     fs::create_directories(work);
     for (int i = 0; i < projects; ++i) {
         const fs::path project = work / ("Cut" + std::to_string(i) + ".prproj");
-        const fs::path folder = store / (digits(i, 8) + "-0000-4000-8000-000000000000.localized");
+        const fs::path folder = store / projectFolderName(i);
         fs::create_directories(folder / "Versions");
         write(project, "content", old);
         write(folder / "Settings.plist",
