@@ -14,7 +14,7 @@ namespace larkspan::platform {
 namespace {
 
 // How long a long work goes on before what happened meanwhile has its turn.
-constexpr Seconds moment = std::chrono::milliseconds(20);
+constexpr Seconds oneGo = std::chrono::milliseconds(20);
 
 Seconds uptime() {
     return std::chrono::steady_clock::now().time_since_epoch();
@@ -181,7 +181,7 @@ void FileEventReader::lookWhereDue() {
 
 // For a moment at a time: what happens in the roots seen so far does not wait for all others.
 void FileEventReader::lookAtRoots() {
-    const Seconds until = uptime() + moment;
+    const Seconds until = uptime() + oneGo;
     while (watch_->roots.needsLook() && !stopping_ && uptime() < until) {
         const std::optional<size_t> isNew = watch_->roots.lookAtNext();
         if (isNew) firstLookDone(*isNew);
@@ -198,7 +198,7 @@ void FileEventReader::findSilentTrees() {
 }
 
 void FileEventReader::lookAtSilentTrees() {
-    const Seconds until = uptime() + moment;
+    const Seconds until = uptime() + oneGo;
     silentTrees_.goOn([&] { return uptime() >= until; },
                       [this](std::string folder, std::uint32_t flags) {
                           gathering_.add(std::move(folder), flags);
