@@ -19,21 +19,8 @@ namespace {
 // With the calling thread four.
 constexpr int helpingThreads = 3;
 
-// Folder by folder in listing order; a folder stands before what is in it.
 bool standsBefore(const Path& one, const Path& other) {
-    std::string_view a = one.str();
-    std::string_view b = other.str();
-    const auto firstComponent = [](std::string_view& path) {
-        const std::string_view component = path.substr(0, path.find('/'));
-        path.remove_prefix(std::min(component.size() + 1, path.size()));
-        return component;
-    };
-    while (!a.empty() && !b.empty()) {
-        const std::string_view componentOfA = firstComponent(a);
-        const std::string_view componentOfB = firstComponent(b);
-        if (componentOfA != componentOfB) return listingOrder(componentOfA, componentOfB);
-    }
-    return a.empty() && !b.empty();
+    return pathListingOrder(one.str(), other.str());
 }
 
 class FolderScan {

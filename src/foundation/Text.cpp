@@ -125,6 +125,20 @@ bool listingOrder(std::string_view a, std::string_view b) {
     return order != 0 ? order < 0 : a < b;
 }
 
+bool pathListingOrder(std::string_view a, std::string_view b) {
+    const auto firstComponent = [](std::string_view& path) {
+        const std::string_view component = path.substr(0, path.find('/'));
+        path.remove_prefix(std::min(component.size() + 1, path.size()));
+        return component;
+    };
+    while (!a.empty() && !b.empty()) {
+        const std::string_view componentOfA = firstComponent(a);
+        const std::string_view componentOfB = firstComponent(b);
+        if (componentOfA != componentOfB) return listingOrder(componentOfA, componentOfB);
+    }
+    return a.empty() && !b.empty();
+}
+
 std::vector<std::string> split(std::string_view text, char separator) {
     std::vector<std::string> pieces;
     for (;;) {

@@ -23,6 +23,8 @@ int caseInsensitiveCompare(std::string_view a, std::string_view b);
 
 // The order of listings: case-insensitive, then by bytes.
 bool listingOrder(std::string_view a, std::string_view b);
+// The order of paths folder by folder in listing order; a folder stands before what is in it.
+bool pathListingOrder(std::string_view a, std::string_view b);
 
 // The pieces between separators; empty pieces are kept, an empty text is one empty piece.
 std::vector<std::string> split(std::string_view text, char separator);

@@ -46,6 +46,10 @@ struct ExcludedTrees {
 // Watches folder trees. A change of a folder's entries, or of the contents, dates or attributes of
 // a file in it, is reported as an event for that folder.
 //
+// Links to folders in the trees are followed: what they lead to is watched too, and reported under
+// the path of the link. A folder is known by one path, the one without a link, else that by the
+// first link. Links that lead up, or into excluded trees or the system's own, are not followed.
+//
 // Nothing is lost: a folder that appears below a root is watched, and counts as changed, with
 // everything that was already in it; after the system dropped events every root is looked through
 // again and reported with mustScanSubfolders | eventsDropped; folders that cannot be watched for

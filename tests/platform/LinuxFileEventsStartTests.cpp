@@ -44,7 +44,9 @@ struct SlowDisk {
 TEST(LinuxFileEventsStart, ReturnsAmidALongWalkAndMissesNothing) {
     SlowDisk disk;
     disk.stuck = true;
-    WatchScene scene(disk.options());
+    FileEventsOptions options = disk.options();
+    options.startWait = std::chrono::milliseconds(500);  // enough for a root that answers
+    WatchScene scene(options);
     scene.makeFolder("root/a");
     scene.makeFolder("slow/deep");
     scene.start({"root", "slow"});

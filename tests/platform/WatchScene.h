@@ -43,17 +43,19 @@ class WatchScene {
         std::filesystem::create_symlink("nowhere", path(link).str());
     }
 
-    void start(const std::vector<std::string>& roots = {"root"}) {
+    void start(const std::vector<std::string>& roots = {"root"},
+               platform::ExcludedTrees excluded = {}) {
         std::vector<Path> paths;
         for (const std::string& root : roots) paths.push_back(path(root));
         paths.push_back(path("marker"));
-        stream_ = fileEvents_.start(std::move(paths), std::chrono::milliseconds(5),
-                                    [this](const auto& events) {
-                                        for (const platform::FileEvent& event : events) {
-                                            seen_[event.path.str()] |= event.flags;
-                                        }
-                                    },
-                                    {});
+        stream_ = fileEvents_.start(
+            std::move(paths), std::chrono::milliseconds(5),
+            [this](const auto& events) {
+                for (const platform::FileEvent& event : events) {
+                    seen_[event.path.str()] |= event.flags;
+                }
+            },
+            std::move(excluded));
     }
     void stop() { stream_.reset(); }
 

@@ -129,6 +129,19 @@ TEST_F(HelperTest, EverySaveBecomesTheNextVersion) {
                 HasSubstr("<key>exit</key>"));
 }
 
+TEST_F(HelperTest, ASaveBehindALinkBecomesTheNextVersion) {
+    watchWork();
+    const auto helper = programs.startHelper();
+    const Path disk = programs.work().deletingLastPathComponent() / "Disk";
+    const Path project = disk / "reel/cut.fcp";
+    writeWhole(project, "found");
+    fs::create_directory_symlink(disk.str(), (programs.work() / "disk").str());
+    ASSERT_TRUE(programs.waitForVersions("cut", 1)) << programs.log();
+    writeWhole(project, "one, longer");
+    ASSERT_TRUE(programs.waitForVersions("cut", 2)) << programs.log();
+    expectNewestEquals("cut", project);
+}
+
 TEST_F(HelperTest, ABurstOfSavesLosesNothing) {
     watchWork();
     const auto helper = programs.startHelper();

@@ -14,7 +14,7 @@ namespace larkspan::platform {
 namespace {
 
 // How long a long work goes on before what happened meanwhile has its turn.
-constexpr Seconds oneTurn = std::chrono::milliseconds(20);
+constexpr Seconds oneGo = std::chrono::milliseconds(20);
 
 Seconds uptime() {
     return std::chrono::steady_clock::now().time_since_epoch();
@@ -47,7 +47,7 @@ FileEventReader::Watch::Watch(const InotifyCalls& calls, const std::vector<Path>
                               const TreeExclusion& exclusion, const WatchReports& reports)
     : inotify(calls),
       folders(inotify, rootPaths(given), exclusion, reports),
-      roots(inotify, folders, given, reports) {}
+      roots(inotify, folders, given, exclusion, reports) {}
 
 bool FileEventReader::needsTimer() const {
     return watch_->folders.hasUnwatched() || watch_->roots.hasUnwatchedWay() ||
@@ -174,13 +174,14 @@ void FileEventReader::lookWhereDue() {
     }
     const bool isBusy = starting_ || silentTrees_.isLooking();
     if (!isBusy && needsTimer() && uptime() >= lookAtUnwatchedAt_) lookAtUnwatched();
+    watch_->roots.addLinks();
     if (watch_->roots.needsLook()) lookAtRoots();
     if (silentTrees_.isLooking()) lookAtSilentTrees();
 }
 
 // For a moment at a time: what happens in the roots seen so far does not wait for all others.
 void FileEventReader::lookAtRoots() {
-    const Seconds until = uptime() + oneTurn;
+    const Seconds until = uptime() + oneGo;
     while (watch_->roots.needsLook() && !stopping_ && uptime() < until) {
         const std::optional<size_t> isNew = watch_->roots.lookAtNext();
         if (isNew) firstLookDone(*isNew);
@@ -190,14 +191,14 @@ void FileEventReader::lookAtRoots() {
 
 void FileEventReader::findSilentTrees() {
     const std::vector<Mount> mounts = options_.mounts ? options_.mounts() : mounts_.mounts();
-    for (size_t root = 0; root < given_.size(); ++root) {
+    for (size_t root = 0; root < watch_->roots.count(); ++root) {
         silentTrees_.setTreesOf(root, watch_->roots.silentTrees(root, mounts));
     }
     if (silentTrees_.hasNew() && !silentTrees_.isLooking()) beginSilentLook();
 }
 
 void FileEventReader::lookAtSilentTrees() {
-    const Seconds until = uptime() + oneTurn;
+    const Seconds until = uptime() + oneGo;
     silentTrees_.goOn([&] { return uptime() >= until; },
                       [this](std::string folder, std::uint32_t flags) {
                           gathering_.add(std::move(folder), flags);
@@ -208,13 +209,15 @@ void FileEventReader::lookAtSilentTrees() {
 }
 
 void FileEventReader::firstLookDone(size_t root) {
-    if (startFlags_ == 0) {
+    const bool isGiven = root < given_.size();
+    if (isGiven && startFlags_ == 0) {
         states_.with([&](auto& states) { states[root] = state(root); });
     }
     // What happened below it before may have been reported to nobody.
-    if (returned_ || startFlags_ != 0) {
+    const bool isMissed = returned_ || startFlags_ != 0;
+    if (isMissed && (isGiven || watch_->folders.isKnownByRoot(root))) {
         gathering_.add(watch_->folders.rootPath(root),
-                       startFlags_ | FileEventFlag::mustScanSubfolders);
+                       (starting_ ? startFlags_ : 0) | FileEventFlag::mustScanSubfolders);
     }
 }
 
@@ -267,7 +270,7 @@ void FileEventReader::started() {
 void FileEventReader::publishStates() {
     states_.with([&](auto& states) {
         states.clear();
-        for (size_t root = 0; root < watch_->roots.count(); ++root) {
+        for (size_t root = 0; root < given_.size(); ++root) {
             states.push_back(state(root));
         }
     });

@@ -20,6 +20,7 @@ bool isDots(const char* name) {
 
 FolderListing::Kind kindOf(unsigned char type) {
     if (type == DT_DIR) return FolderListing::Kind::folder;
+    if (type == DT_LNK) return FolderListing::Kind::symbolicLink;
     return type == DT_UNKNOWN ? FolderListing::Kind::unknown : FolderListing::Kind::other;
 }
 

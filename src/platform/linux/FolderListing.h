@@ -9,7 +9,12 @@ namespace larkspan::platform {
 // Lists folders with one system call for many entries; keeps its buffer from folder to folder.
 class FolderListing {
   public:
-    enum class Kind { folder, unknown, other };  // unknown: the file system does not tell
+    enum class Kind {
+        folder,
+        symbolicLink,
+        unknown,
+        other
+    };  // unknown: the file system does not tell
     // `descriptor` is the open folder.
     using Entry = std::function<void(int descriptor, const char* name, Kind kind)>;
 

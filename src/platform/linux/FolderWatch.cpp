@@ -8,6 +8,9 @@
 #include <climits>
 #include <utility>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace larkspan::platform {
 namespace {
 
@@ -65,6 +68,16 @@ int FolderWatch::watchRoot(size_t root, bool relist) {
     return folder;
 }
 
+bool FolderWatch::isKnownByRoot(size_t root) const {
+    return tree_.isAt(roots_[root].folder, WatchTree::rootParent(root), "");
+}
+
+void FolderWatch::setRootPath(size_t root, std::string path) {
+    tree_.setRootPath(root, std::move(path));
+    roots_.resize(tree_.rootCount());
+    roots_[root] = {};
+}
+
 void FolderWatch::loseRoot(size_t root) {
     const int folder = std::exchange(roots_[root].folder, 0);
     if (tree_.isAt(folder, WatchTree::rootParent(root), "")) forget(folder);
@@ -104,6 +117,9 @@ void FolderWatch::handle(const InotifyEvent& event) {
     if ((event.mask & changeMask) != 0) report(folder);
     const bool appeared = (event.mask & (IN_CREATE | IN_MOVED_TO)) != 0;
     const bool allowed = (event.mask & IN_ATTRIB) != 0 && tree_.isIncomplete(folder);
+    if (appeared && !isSubfolder && !event.name.empty()) {
+        noteLink(event.name, tree_.path(folder).append(event.name));
+    }
     if (isSubfolder && (appeared || allowed)) {
         found(folder, event.name, tree_.path(folder).append(event.name));
     } else if (allowed && event.name.empty()) {
@@ -145,6 +161,8 @@ void FolderWatch::foundAgain(int folder, int parent, std::string_view name) {
     if (tree_.isWithin(parent, folder)) return;  // a folder mounted again below itself
     // One folder by two ways, over two roots or two mounts: the first root keeps it.
     if (tree_.rootOf(folder) <= tree_.rootOf(parent) && isInPlace(folder)) return;
+    // The parent has gone elsewhere itself; what it holds is looked for where it is found again.
+    if (!isInPlace(parent)) return;
     moveHere(folder, parent, name);
 }
 
@@ -207,7 +225,9 @@ void FolderWatch::list(int folder, FolderListing& listing) {
         if (kind == FolderListing::Kind::other || reports_.stopping()) return;
         if (entry.empty()) entry.assign(path).resize(length, '/');
         entry.resize(length);
-        found(folder, name, entry.append(name));
+        entry.append(name);
+        if (kind != FolderListing::Kind::folder) noteLink(name, entry);
+        if (kind != FolderListing::Kind::symbolicLink) found(folder, name, entry);
     });
     if (error == 0) problemSolved(path);
     if (error == 0 || isGone(error)) return;
@@ -216,8 +236,28 @@ void FolderWatch::list(int folder, FolderListing& listing) {
     tree_.setIncomplete(folder, true);
 }
 
-// Whether the path under which the folder is known still leads to it.
+// docs/behaviour.md, own 15. A relative link that leads nowhere is a mark that a program set; an
+// absolute one may lead to a volume that comes later.
+void FolderWatch::noteLink(std::string_view name, const std::string& path) {
+    struct stat facts {};
+    if (::lstat(path.c_str(), &facts) != 0 || !S_ISLNK(facts.st_mode)) return;
+    char first = 0;
+    const bool leadsNowhere = ::stat(path.c_str(), &facts) != 0;
+    if (leadsNowhere && (::readlink(path.c_str(), &first, 1) != 1 || first != '/')) return;
+    if (!leadsNowhere && !S_ISDIR(facts.st_mode)) return;
+    if (!exclusion_.excludes(name, path)) links_.push_back(path);
+}
+
+// Whether the path under which the folder is known still leads to it, and to each of those above
+// it: a link that came in the place of one leads elsewhere, and maybe back to the folder.
 bool FolderWatch::isInPlace(int folder) {
+    for (int above = folder; above > 0; above = tree_.parent(above)) {
+        if (!isLedTo(above)) return false;
+    }
+    return true;
+}
+
+bool FolderWatch::isLedTo(int folder) {
     std::string path = tree_.path(folder);
     const bool isRoot = tree_.isRoot(folder);
     if (!isRoot) path.pop_back();

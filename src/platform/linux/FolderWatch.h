@@ -11,6 +11,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace larkspan::platform {
@@ -63,6 +64,14 @@ class FolderWatch {
     // separated by "/", "" for the root. "" when it is not watched.
     std::string knownPath(size_t root, std::string_view relativePath) const;
     const std::string& rootPath(size_t root) const { return tree_.rootPath(root); }
+    // Whether the folder that the root's path leads to is known by that path, and not as a part of
+    // another root.
+    bool isKnownByRoot(size_t root) const;
+    // Adds the root of that number, or gives one that is lost another path.
+    void setRootPath(size_t root, std::string path);
+    // The paths of links to folders that were found in watched folders since the last call, also of
+    // such that lead to no folder as yet.
+    std::vector<std::string> takeLinks() { return std::exchange(links_, {}); }
     // Why not all of the root is watched, in words; "" when it is.
     std::string problem(size_t root) const;
 
@@ -91,7 +100,9 @@ class FolderWatch {
     void addUnwatched(int parent, std::string_view name, const std::string& path);
     void listWaiting();
     void list(int folder, FolderListing& listing);
+    void noteLink(std::string_view name, const std::string& path);
     bool isInPlace(int folder);
+    bool isLedTo(int folder);
     void moveHere(int folder, int parent, std::string_view name);
     void forget(int folder);
     void movedAway(int folder);
@@ -108,6 +119,7 @@ class FolderWatch {
     std::vector<RootState> roots_;
     bool hasProblems_ = false;
     std::vector<int> waiting_;  // watched, to be listed
+    std::vector<std::string> links_;
     bool reporting_ = true;
     int lastReported_ = 0;
     std::vector<UnwatchedTop> unwatchedTops_;

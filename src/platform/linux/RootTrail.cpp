@@ -4,10 +4,13 @@
 
 #include <cerrno>
 #include <climits>
+#include <filesystem>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 namespace larkspan::platform {
@@ -73,6 +76,23 @@ TrailEnd followTrail(const std::string& path,
     }
     end.awaited.clear();
     return end;
+}
+
+std::string withoutDots(const std::string& folder) {
+    std::error_code error;
+    const std::filesystem::path real = std::filesystem::canonical(folder, error);
+    return error ? folder : real.string();
+}
+
+std::string deviceOf(const std::string& folder) {
+    struct stat facts {};
+    if (::stat(folder.c_str(), &facts) != 0) return "";
+    return std::to_string(major(facts.st_dev)) + ':' + std::to_string(minor(facts.st_dev));
+}
+
+bool isLink(const std::string& path) {
+    struct stat facts {};
+    return ::lstat(path.c_str(), &facts) == 0 && S_ISLNK(facts.st_mode);
 }
 
 }  // namespace larkspan::platform

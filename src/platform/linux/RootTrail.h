@@ -17,4 +17,13 @@ struct TrailEnd {
 TrailEnd followTrail(const std::string& path,
                      const std::function<void(const std::string& place, bool isLink)>& visit);
 
+// The folder's path without links and "..", as mount points are told; as given where that cannot be
+// told.
+std::string withoutDots(const std::string& folder);
+
+// Of the file system that the folder is on, as in Mount; "" where there is no folder.
+std::string deviceOf(const std::string& folder);
+
+bool isLink(const std::string& path);
+
 }  // namespace larkspan::platform

@@ -1,15 +1,12 @@
 #include "platform/linux/RootWatch.h"
 
 #include "foundation/Error.h"
+#include "foundation/MessageText.h"
+#include "foundation/Text.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
-#include <system_error>
 #include <utility>
-
-#include <sys/stat.h>
-#include <sys/sysmacros.h>
 
 namespace larkspan::platform {
 namespace {
@@ -21,29 +18,19 @@ constexpr std::uint32_t linkMask = selfMask | IN_ATTRIB | IN_DONT_FOLLOW;
 constexpr std::uint32_t awaitMask =
     selfMask | IN_CREATE | IN_MOVED_TO | IN_ATTRIB | IN_ONLYDIR | IN_EXCL_UNLINK;
 
+// Each link to a folder has some watches of its own on the way to it.
+constexpr size_t mostLinks = 1000;
+
 // What was there a moment ago is not, or not the same.
 bool hasVanished(int watch) {
     return watch == -ENOENT || watch == -ENOTDIR || watch == -ELOOP;
 }
 
-// As mount points are told, where it can be told.
-std::string withoutDots(const std::string& folder) {
-    std::error_code error;
-    const std::filesystem::path real = std::filesystem::canonical(folder, error);
-    return error ? folder : real.string();
-}
-
-std::string deviceOf(const std::string& folder) {
-    struct stat facts {};
-    if (::stat(folder.c_str(), &facts) != 0) return "";
-    return std::to_string(major(facts.st_dev)) + ':' + std::to_string(minor(facts.st_dev));
-}
-
 }  // namespace
 
 RootWatch::RootWatch(Inotify& inotify, FolderWatch& folders, std::vector<Path> roots,
-                     WatchReports reports)
-    : inotify_(inotify), folders_(folders), reports_(std::move(reports)) {
+                     const TreeExclusion& exclusion, WatchReports reports)
+    : inotify_(inotify), folders_(folders), exclusion_(exclusion), reports_(std::move(reports)) {
     for (Path& given : roots) roots_.emplace_back().given = std::move(given);
 }
 
@@ -116,14 +103,18 @@ bool RootWatch::needsFirstLook() const {
 }
 
 std::optional<size_t> RootWatch::lookAtNext() {
-    const auto next =
-        std::ranges::find_if(roots_, [](const Root& root) { return root.look != Look::none; });
-    if (next == roots_.end()) return std::nullopt;
-    const auto root = static_cast<size_t>(next - roots_.begin());
-    const bool isFirst = next->look == Look::first;
+    size_t root = std::min(nextLook_, roots_.size());
+    while (root < roots_.size() && roots_[root].look == Look::none) ++root;
+    nextLook_ = root + 1;
+    if (root == roots_.size()) {
+        nextLook_ = 0;
+        return std::nullopt;
+    }
+    const bool isFirst = roots_[root].look == Look::first;
     folders_.setReporting(!isFirst);
     look(root);
     folders_.setReporting(true);
+    addLinks();
     return isFirst ? std::optional(root) : std::nullopt;
 }
 
@@ -139,6 +130,7 @@ void RootWatch::lookForUnwatched() {
 }
 
 void RootWatch::mark(size_t root, Look look) {
+    if (roots_[root].isOver) return;
     roots_[root].look = std::max(roots_[root].look, look);
 }
 
@@ -153,9 +145,11 @@ void RootWatch::look(size_t index) {
     const int before = root.folder;
     const bool wasThere = root.problem.empty();
     leaveWay(index);
+    if (root.isLink && !isLink(root.given.str())) return giveUp(index);
     const TrailEnd end = follow(index);
-    if (end.error == 0) {
-        root.realPath = withoutDots(end.folder);
+    root.realPath = end.error == 0 ? withoutDots(end.folder) : "";
+    const bool isThere = end.error == 0 && mayWatch(root);
+    if (isThere) {
         root.device = deviceOf(end.folder);
         const bool relist = look == Look::wholeTree || look == Look::moved;
         const int folder = folders_.watchRoot(index, relist);
@@ -165,18 +159,66 @@ void RootWatch::look(size_t index) {
         if (root.folder > 0) steps_.push_back({root.folder, index, ""});
     } else {
         folders_.loseRoot(index);
-        root.realPath.clear();
         root.device.clear();
         root.folder = 0;
-        root.problem = posixError(end.error, root.given.str()).description;
+        const int error = end.error == 0 ? ELOOP : end.error;
+        root.problem = posixError(error, root.given.str()).description;
+        root.realPath.clear();
     }
     if (before > 0 && root.folder != before) markLater(index);
-    const bool isThere = end.error == 0;
     const bool changed =
         root.folder != before || isThere != wasThere || (look == Look::moved && isThere);
     if (changed && look != Look::first) {
         reports_.changed(folders_.rootPath(index), FileEventFlag::rootChanged);
     }
+}
+
+void RootWatch::addLinks() {
+    std::vector<std::string> links = folders_.takeLinks();
+    std::ranges::sort(links, pathListingOrder);
+    for (const std::string& link : links) addLink(link);
+}
+
+void RootWatch::addLink(const std::string& path) {
+    size_t place = roots_.size();
+    size_t links = 0;
+    for (size_t root = 0; root < roots_.size(); ++root) {
+        if (roots_[root].isLink && roots_[root].given.str() == path) {
+            return mark(root, Look::whereItIs);
+        }
+        if (roots_[root].isOver) place = std::min(place, root);
+        if (roots_[root].isLink && !roots_[root].isOver) ++links;
+    }
+    if (links >= mostLinks) {
+        return reports_.problem(messageText("Only %li links to folders are followed for changes.",
+                                            static_cast<long>(mostLinks)));
+    }
+    if (place == roots_.size()) roots_.emplace_back();
+    roots_[place] = Root{};
+    roots_[place].given = Path(path);
+    roots_[place].isLink = true;
+    folders_.setRootPath(place, path + '/');
+}
+
+// docs/behaviour.md, own 15
+bool RootWatch::mayWatch(const Root& root) const {
+    if (!root.isLink) return true;
+    const Path target(root.realPath);
+    for (const char* const system : {"/proc", "/sys", "/dev"}) {
+        if (target.isWithin(Path(system))) return false;
+    }
+    const Path place(withoutDots(root.given.deletingLastPathComponent().str()));
+    return !place.isWithin(target) && !exclusion_.isInExcludedTree(root.realPath);
+}
+
+// The link is gone. What it led to may be known by another one.
+void RootWatch::giveUp(size_t index) {
+    folders_.loseRoot(index);
+    roots_[index] = Root{};
+    roots_[index].look = Look::none;
+    roots_[index].isLink = true;
+    roots_[index].isOver = true;
+    markLater(index);
 }
 
 void RootWatch::leaveWay(size_t root) {

@@ -16,16 +16,21 @@ namespace larkspan::platform {
 
 // Keeps the roots of a FolderWatch tied to the folders that their paths lead to. Every folder and
 // link on the way to a root is watched for being moved or removed, and where the way ends too
-// early, the last folder is watched for the name that is missing. One thread at a time.
+// early, the last folder is watched for the name that is missing. Links to folders that are found
+// in the roots become roots of their own. One thread at a time.
 class RootWatch {
   public:
+    // The exclusion must outlive this.
     RootWatch(Inotify& inotify, FolderWatch& folders, std::vector<Path> roots,
-              WatchReports reports);
+              const TreeExclusion& exclusion, WatchReports reports);
 
     // Takes notice of events on the way to a root; lookAtNext() acts on them.
     void handle(const InotifyEvent& event);
     // Takes notice that volumes were mounted or unmounted.
     void mountsChanged(const std::vector<Mount>& mounts);
+    // Makes roots of the links to folders that were found in the roots. Given ones come first, so
+    // that a folder is known by its path without links, and else by the first link.
+    void addLinks();
     // Whether a root is still to be looked at. At first all are.
     bool needsLook() const;
     // Whether one is still to be looked at for the first time.
@@ -58,6 +63,8 @@ class RootWatch {
         bool wayIsWatched = true;
         std::string problem;  // why its path leads to no folder; "" when it does
         Look look = Look::first;
+        bool isLink = false;  // a link that was found in another root
+        bool isOver = false;  // a link that is gone: its place is free
     };
     // One folder or link on the way to a root.
     struct Step {
@@ -67,6 +74,9 @@ class RootWatch {
     };
 
     void look(size_t root);
+    void addLink(const std::string& path);
+    bool mayWatch(const Root& root) const;
+    void giveUp(size_t root);
     std::string_view pathBelow(size_t root, const Mount& mount) const;
     void leaveWay(size_t root);
     TrailEnd follow(size_t root);
@@ -76,9 +86,11 @@ class RootWatch {
 
     Inotify& inotify_;
     FolderWatch& folders_;
+    const TreeExclusion& exclusion_;
     const WatchReports reports_;
     std::vector<Root> roots_;
     std::vector<Step> steps_;
+    size_t nextLook_ = 0;  // no root that changes all the time keeps the others waiting
 };
 
 }  // namespace larkspan::platform

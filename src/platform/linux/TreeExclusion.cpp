@@ -25,7 +25,17 @@ TreeExclusion::TreeExclusion(ExcludedTrees excluded)
 }
 
 bool TreeExclusion::excludes(std::string_view name, const std::string& path) const {
-    if (isExcludedName_ && isExcludedName_(name)) return true;
+    return (isExcludedName_ && isExcludedName_(name)) || isExcludedTree(name, path);
+}
+
+bool TreeExclusion::isInExcludedTree(const std::string& path) const {
+    for (Path at(path); at.str().size() > 1; at = at.deletingLastPathComponent()) {
+        if (isExcludedTree(at.lastPathComponent(), at.str())) return true;
+    }
+    return false;
+}
+
+bool TreeExclusion::isExcludedTree(std::string_view name, const std::string& path) const {
     return std::ranges::any_of(trees_, [&](const Tree& tree) {
         return tree.name == name && isSameFolder(tree.path, path);
     });

@@ -17,7 +17,11 @@ class TreeExclusion {
     // `path` leads to the folder of that name, with or without a slash at its end.
     bool excludes(std::string_view name, const std::string& path) const;
 
+    // Whether the path, one without links, leads to an excluded tree or into one.
+    bool isInExcludedTree(const std::string& path) const;
+
   private:
+    bool isExcludedTree(std::string_view name, const std::string& path) const;
     struct Tree {
         std::string name;  // its last component
         std::string path;

@@ -122,6 +122,11 @@ void WatchTree::packNames() {
     names_ = std::move(packed);
 }
 
+void WatchTree::setRootPath(size_t root, std::string path) {
+    rootPaths_.resize(std::max(rootPaths_.size(), root + 1));
+    rootPaths_[root] = std::move(path);
+}
+
 bool WatchTree::isAt(int folder, int parent, std::string_view name) const {
     const Node* found = find(folder);
     return found && found->parent == parent && names_.at(found->name) == name;

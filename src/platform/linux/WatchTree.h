@@ -68,6 +68,8 @@ class WatchTree {
     // The path under which the folder is known, ending in "/".
     std::string path(int folder) const;
     size_t rootCount() const { return rootPaths_.size(); }
+    // Adds the root of that number, or gives one without a folder another path.
+    void setRootPath(size_t root, std::string path);
     const std::string& rootPath(size_t root) const { return rootPaths_[root]; }
 
     // A mark: not all below the folder could be looked at.
@@ -95,7 +97,7 @@ class WatchTree {
     void unlink(int folder);
     void packNames();
 
-    const std::vector<std::string> rootPaths_;
+    std::vector<std::string> rootPaths_;
     std::vector<std::unique_ptr<Page>> pages_;
     FolderNames names_;
     size_t size_ = 0;
