@@ -5,6 +5,7 @@
 #include "foundation/Text.h"
 #include "kit/ZBException.h"
 #include "platform/Clock.h"
+#include "platform/Files.h"
 #include "platform/Platform.h"
 
 #include <algorithm>
@@ -21,6 +22,21 @@ constexpr int helpingThreads = 3;
 
 bool standsBefore(const Path& one, const Path& other) {
     return pathListingOrder(one.str(), other.str());
+}
+
+// Whether a link leads to a folder that it lies in: all of that would be looked through, a whole
+// disk maybe (docs/behaviour.md, own 15).
+bool leadsUp(const Path& link) {
+    platform::Files& files = platform::Platform::current().files;
+    const auto target = files.info(link);
+    if (!target) return false;
+    Path folder = link;
+    while (folder.str().size() > 1) {
+        folder = folder.deletingLastPathComponent();
+        const auto info = files.info(folder);
+        if (info && info->identity == target->identity) return true;
+    }
+    return false;
 }
 
 class FolderScan {
@@ -40,7 +56,7 @@ class FolderScan {
         while (!links_.empty()) {
             const Link link = links_.front();
             links_.pop_front();
-            scan(link.place, *link.walk, WithSubfolders::yes);
+            if (!leadsUp(link.place.path)) scan(link.place, *link.walk, WithSubfolders::yes);
         }
     }
 

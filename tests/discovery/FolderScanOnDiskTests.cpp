@@ -66,6 +66,15 @@ TEST_F(FolderScanOnDiskTest, WideAndDeepTreesAreDoneWithFewDescriptors) {
     EXPECT_EQ(std::unordered_set<Path>(projects.begin(), projects.end()).size(), chains * 21);
 }
 
+TEST_F(FolderScanOnDiskTest, LinksThatLeadUpAreNotFollowed) {
+    file(root / "outside" / "Other.fcp");
+    file(root / "watched" / "prefix" / "Cut.fcp");
+    fs::create_directory_symlink("/", root / "watched" / "prefix" / "z:");
+    fs::create_directory_symlink(root, root / "watched" / "up");
+    EXPECT_THAT(found(root / "watched"),
+                ::testing::ElementsAre(Path((root / "watched" / "prefix" / "Cut.fcp").string())));
+}
+
 TEST_F(FolderScanOnDiskTest, LinksGiveNoSecondProject) {
     file(root / "real" / "Cut.fcp");
     fs::create_directory_symlink("real", root / "a");

@@ -196,6 +196,19 @@ void Editor::renameFolder() {
     model_.moves(folder, to);
 }
 
+// To a folder elsewhere, whose projects are known by the link, or to one that is known already.
+void Editor::makeLink() {
+    const fs::path link = someFolder() / newName("");
+    if (dice_.chance(50)) {
+        fs::create_directory_symlink(dice_.of(folders_), link);
+        return;
+    }
+    const fs::path outside = work_.parent_path() / "outside" / newName("");
+    fs::create_directories(outside);
+    fs::create_directory_symlink(outside, link);
+    folders_.push_back(link);
+}
+
 void Editor::remove(const Project& project) {
     fs::remove_all(project);
     model_.goes(project, "removed");
@@ -239,7 +252,8 @@ void Editor::act() {
     };
     if (!project || !file || (turn <= 12 && !isFull)) return act("created", [&] { create(); });
     if (turn <= 15 && !isFull) return act("bundles created", [&] { createBundle(); });
-    if (turn <= 18) return act("other files", [&] { createOther(); });
+    if (turn <= 17) return act("other files", [&] { createOther(); });
+    if (turn == 18) return act("links", [&] { makeLink(); });
     if (turn <= 24) return act("touched", [&] { touch(*project); });
     if (turn <= 30) return act("former states", [&] { saveFormerState(*file); });
     if (turn <= 34 && bringsOldFilesBack_) return act("old files", [&] { bringBack(*file); });

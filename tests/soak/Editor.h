@@ -36,6 +36,7 @@ class Editor {
     void rename(const Project& project);
     void renameOver(const Project& project);
     void renameFolder();
+    void makeLink();
     void remove(const Project& project);
     void save(const Project& project);
 
