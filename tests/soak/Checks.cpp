@@ -71,7 +71,7 @@ Complaints doubles(const Model& model, const Store& store, const Seen& seen, boo
     std::set<fs::path> projects;
     for (const StoredProject& stored : store) {
         // Registered by halves: the next start clears it.
-        if (stored.project.empty() && fs::is_empty(stored.folder)) continue;
+        if (!fs::exists(stored.folder / "Settings.plist") && stored.versions.empty()) continue;
         const std::string folder = stored.folder.string();
         if (!projects.insert(stored.project).second) {
             complaints.push_back(stored.project.string() + " is registered again in " + folder);
@@ -80,8 +80,9 @@ Complaints doubles(const Model& model, const Store& store, const Seen& seen, boo
             complaints.push_back("'" + stored.project.string() + "' is no project, in " + folder);
         }
         for (size_t i = 1; i < stored.versions.size(); ++i) {
-            if (someUnread && !seen.contains(stored.versions[i].file)) continue;
-            if (stored.versions[i].digest == stored.versions[i - 1].digest) {
+            const bool isNew = !seen.contains(stored.versions[i].file);
+            const bool isEqual = stored.versions[i].digest == stored.versions[i - 1].digest;
+            if (isNew && isEqual && !someUnread) {
                 complaints.push_back(stored.versions[i].file.string() + " of " +
                                      stored.project.string() + " is equal to the one before");
             }

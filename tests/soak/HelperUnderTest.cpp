@@ -9,14 +9,15 @@ namespace larkspan::soak {
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr int slowness = 4;
+constexpr int slowness = 2;
 #else
 constexpr int slowness = 1;
 #endif
 
 }  // namespace
 
-const std::chrono::seconds patience{20 * slowness};
+// What could not be watched for a moment is looked through 30 seconds later.
+const std::chrono::seconds patience{50 * slowness};
 
 void HelperUnderTest::start() {
     helper_ = programs_.launchHelper();
