@@ -6,6 +6,8 @@
 #include <vector>
 
 #include <gmock/gmock.h>
+#include <sys/fsuid.h>
+#include <unistd.h>
 
 namespace larkspan::platform {
 namespace {
@@ -148,6 +150,51 @@ TEST(LinuxFileEventsLinks, SaysThatThereAreTooMany) {
     scene.start();
     EXPECT_THAT(problems.copy(), ::testing::ElementsAre(HasSubstr("1000 links")));
     EXPECT_EQ(reportedBy(scene, "outside", "root/0"), By::theLink);
+}
+
+// The administrator's threads that begin meanwhile have an ordinary user's rights to files.
+class OrdinaryRights {
+  public:
+    OrdinaryRights() { ::setfsuid(::geteuid() == 0 ? ordinaryUser : ::geteuid()); }
+    OrdinaryRights(const OrdinaryRights&) = delete;
+    OrdinaryRights& operator=(const OrdinaryRights&) = delete;
+    ~OrdinaryRights() { ::setfsuid(::geteuid()); }
+    static void give(const Path& item) {
+        if (::geteuid() != 0) return;
+        EXPECT_EQ(::lchown(item.str().c_str(), ordinaryUser, 0), 0);
+    }
+
+  private:
+    static constexpr uid_t ordinaryUser = 65534;
+};
+
+TEST(LinuxFileEventsLinks, WhatCannotBeToldForAMomentIsLookedAtAgain) {
+    constexpr auto listOnly = fs::perms::owner_read;
+    WatchScene scene;
+    for (const char* folder : {"outside/deep", "root/a"}) scene.makeFolder(folder);
+    scene.write("file");
+    link(scene, "outside", "root/a/link");
+    link(scene, "file", "root/a/other");
+    for (const char* item : {"", "outside", "outside/deep", "root", "root/a", "marker"}) {
+        OrdinaryRights::give(scene.path(item));
+    }
+    fs::permissions(scene.path("root/a").str(), listOnly);
+    {
+        const OrdinaryRights rights;
+        scene.start();
+    }
+    EXPECT_EQ(reportedBy(scene, "outside/deep", "root/a/link/deep"), By::neither);
+    fs::permissions(scene.path("root/a").str(), fs::perms::owner_all);
+    EXPECT_TRUE(scene.waitUntil(
+        [&] { return reportedBy(scene, "outside/deep", "root/a/link/deep") == By::theLink; }));
+
+    fs::permissions(scene.path("root/a").str(), listOnly);
+    scene.rename("root/a", "root/b");
+    EXPECT_TRUE(scene.waitUntil(
+        [&] { return reportedBy(scene, "outside/deep", "root/b/link/deep") == By::neither; }));
+    fs::permissions(scene.path("root/b").str(), fs::perms::owner_all);
+    EXPECT_TRUE(scene.waitUntil(
+        [&] { return reportedBy(scene, "outside/deep", "root/b/link/deep") == By::theLink; }));
 }
 
 }  // namespace

@@ -175,7 +175,8 @@ TEST_F(LinuxTrashTest, LinksGoAsLinks) {
         }
     }
     EXPECT_EQ(count(contents), 4U);
-    for (const auto& entry : *scene.files.contentsOfFolder(contents)) {
+    const auto entries = scene.files.contentsOfFolder(contents);
+    for (const auto& entry : *entries) {
         EXPECT_EQ(entry.kind, EntryKind::symbolicLink);
     }
     EXPECT_EQ(read(scene.folder / "films/target"), "stays");

@@ -2,13 +2,14 @@
 
 #include "foundation/Error.h"
 #include "foundation/MessageText.h"
+#include "platform/linux/RootTrail.h"
+#include "platform/linux/WatchErrors.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <utility>
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace larkspan::platform {
@@ -20,13 +21,6 @@ constexpr std::uint32_t changeMask =
 constexpr std::uint32_t rootMask =
     changeMask | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR | IN_EXCL_UNLINK;
 constexpr std::uint32_t folderMask = rootMask | IN_DONT_FOLLOW;
-
-bool isGone(int error) {
-    return error == ENOENT || error == ENOTDIR || error == ELOOP;
-}
-bool isRefusal(int error) {
-    return error == EACCES || error == EPERM;
-}
 
 }  // namespace
 
@@ -239,12 +233,12 @@ void FolderWatch::list(int folder, FolderListing& listing) {
 // docs/behaviour.md, own 15. A relative link that leads nowhere is a mark that a program set; an
 // absolute one may lead to a volume that comes later.
 void FolderWatch::noteLink(std::string_view name, const std::string& path) {
-    struct stat facts {};
-    if (::lstat(path.c_str(), &facts) != 0 || !S_ISLNK(facts.st_mode)) return;
+    const LinkTarget target = linkTarget(path);
+    if (target == LinkTarget::isNoLink || target == LinkTarget::otherItem) return;
     char first = 0;
-    const bool leadsNowhere = ::stat(path.c_str(), &facts) != 0;
-    if (leadsNowhere && (::readlink(path.c_str(), &first, 1) != 1 || first != '/')) return;
-    if (!leadsNowhere && !S_ISDIR(facts.st_mode)) return;
+    const bool isMark =
+        target == LinkTarget::missing && (::readlink(path.c_str(), &first, 1) != 1 || first != '/');
+    if (isMark) return;
     if (!exclusion_.excludes(name, path)) links_.push_back(path);
 }
 

@@ -1,6 +1,7 @@
 #include "platform/linux/RootTrail.h"
 
 #include "foundation/Path.h"
+#include "platform/linux/WatchErrors.h"
 
 #include <cerrno>
 #include <climits>
@@ -32,7 +33,7 @@ std::string startOf(std::string_view path) {
     return path.starts_with('/') ? "/" : ".";
 }
 
-std::string linkTarget(const std::string& link) {
+std::string linkText(const std::string& link) {
     std::string target(PATH_MAX, '\0');
     const ssize_t length = readlink(link.c_str(), target.data(), target.size());
     target.resize(length > 0 ? static_cast<size_t>(length) : 0);
@@ -69,7 +70,7 @@ TrailEnd followTrail(const std::string& path,
             end.error = ELOOP;
             return end;
         } else {
-            const std::string target = linkTarget(place);
+            const std::string target = linkText(place);
             if (target.starts_with('/')) end.folder = "/";
             pushNames(names, target);
         }
@@ -90,9 +91,16 @@ std::string deviceOf(const std::string& folder) {
     return std::to_string(major(facts.st_dev)) + ':' + std::to_string(minor(facts.st_dev));
 }
 
-bool isLink(const std::string& path) {
+LinkTarget linkTarget(const std::string& path) {
     struct stat facts {};
-    return ::lstat(path.c_str(), &facts) == 0 && S_ISLNK(facts.st_mode);
+    if (::lstat(path.c_str(), &facts) != 0) {
+        return isGone(errno) ? LinkTarget::isNoLink : LinkTarget::cannotBeTold;
+    }
+    if (!S_ISLNK(facts.st_mode)) return LinkTarget::isNoLink;
+    if (::stat(path.c_str(), &facts) != 0) {
+        return isGone(errno) ? LinkTarget::missing : LinkTarget::cannotBeTold;
+    }
+    return S_ISDIR(facts.st_mode) ? LinkTarget::folder : LinkTarget::otherItem;
 }
 
 }  // namespace larkspan::platform

@@ -24,6 +24,9 @@ std::string withoutDots(const std::string& folder);
 // Of the file system that the folder is on, as in Mount; "" where there is no folder.
 std::string deviceOf(const std::string& folder);
 
-bool isLink(const std::string& path);
+// Whether a path is a link, and whether that leads to a folder, as far as the system tells: a disk
+// that answers nothing for a moment must not make an end of what is known.
+enum class LinkTarget { isNoLink, folder, otherItem, missing, cannotBeTold };
+LinkTarget linkTarget(const std::string& path);
 
 }  // namespace larkspan::platform

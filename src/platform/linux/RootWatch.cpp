@@ -3,6 +3,7 @@
 #include "foundation/Error.h"
 #include "foundation/MessageText.h"
 #include "foundation/Text.h"
+#include "platform/linux/WatchErrors.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -20,11 +21,6 @@ constexpr std::uint32_t awaitMask =
 
 // Each link to a folder has some watches of its own on the way to it.
 constexpr size_t mostLinks = 1000;
-
-// What was there a moment ago is not, or not the same.
-bool hasVanished(int watch) {
-    return watch == -ENOENT || watch == -ENOTDIR || watch == -ELOOP;
-}
 
 }  // namespace
 
@@ -145,7 +141,7 @@ void RootWatch::look(size_t index) {
     const int before = root.folder;
     const bool wasThere = root.problem.empty();
     leaveWay(index);
-    if (root.isLink && !isLink(root.given.str())) return giveUp(index);
+    if (root.isLink && linkTarget(root.given.str()) == LinkTarget::isNoLink) return giveUp(index);
     const TrailEnd end = follow(index);
     root.realPath = end.error == 0 ? withoutDots(end.folder) : "";
     const bool isThere = end.error == 0 && mayWatch(root);
@@ -153,7 +149,7 @@ void RootWatch::look(size_t index) {
         root.device = deviceOf(end.folder);
         const bool relist = look == Look::wholeTree || look == Look::moved;
         const int folder = folders_.watchRoot(index, relist);
-        if (hasVanished(folder)) mark(index, Look::whereItIs);
+        if (isGone(-folder)) mark(index, Look::whereItIs);
         root.folder = std::max(folder, 0);
         root.problem.clear();
         if (root.folder > 0) steps_.push_back({root.folder, index, ""});
@@ -246,8 +242,10 @@ TrailEnd RootWatch::follow(size_t root) {
     // The last folder is watched for the missing name, then the name is looked for once more: it
     // may have come meanwhile.
     const int watch = step(root, end.folder, awaitMask, end.awaited);
-    if (watch == -EACCES) roots_[root].wayIsWatched = false;
     TrailEnd again = followTrail(roots_[root].given.str(), visit);
+    // Nothing tells when an error passes by, or who may look where the watch may not.
+    const bool endIsTold = watch != -EACCES && (isGone(again.error) || isRefusal(again.error));
+    if (!endIsTold && again.error != 0) roots_[root].wayIsWatched = false;
     if (again.error != 0 && (again.folder != end.folder || again.awaited != end.awaited)) {
         mark(root, Look::whereItIs);
     }
@@ -258,7 +256,7 @@ int RootWatch::step(size_t root, const std::string& place, std::uint32_t mask,
                     std::string awaited) {
     const int watch = inotify_.watch(place, mask);
     if (watch > 0) steps_.push_back({watch, root, std::move(awaited)});
-    if (hasVanished(watch)) {
+    if (isGone(-watch)) {  // a moment ago it was there
         mark(root, Look::whereItIs);
     } else if (watch < 0 && watch != -EACCES) {
         // A folder that only may not be read hides little: that it is moved.

@@ -1,5 +1,7 @@
 #include "platform/linux/UnwatchedFolders.h"
 
+#include "platform/linux/WatchErrors.h"
+
 #include <cerrno>
 #include <string_view>
 
@@ -29,13 +31,6 @@ std::uint64_t entryDigest(const char* name, const struct stat& facts) {
     if (S_ISDIR(facts.st_mode)) return digest;
     return mixed(mixed(mixed(digest, static_cast<std::uint64_t>(facts.st_size)), facts.st_mtim),
                  facts.st_ctim);
-}
-
-bool isGone(int error) {
-    return error == ENOENT || error == ENOTDIR || error == ELOOP;
-}
-bool isRefusal(int error) {
-    return error == EACCES || error == EPERM;
 }
 
 }  // namespace
