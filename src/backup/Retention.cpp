@@ -108,7 +108,7 @@ void Retention::manageBackups(const ProjectListing& listing,
         if (!manageProject(listing, folderName, rules, removed)) break;
     }
     // docs/behaviour.md, own 24
-    if (!removed.empty() && rules.removesSynced) removeSyncedFiles_(removed);
+    if (!removed.empty() && rules.removesSynced) syncedFiles_.remove(removed);
 }
 
 bool Retention::manageProject(const ProjectListing& listing, const std::string& folderName,
@@ -131,12 +131,14 @@ bool Retention::manageProject(const ProjectListing& listing, const std::string& 
         list_.noteNothingToRemove(folderName, rules, plan.quietUntil);
         return !plan.endsRun;
     }
+    std::vector<Path> removals;
+    for (const size_t index : plan.removals) removals.push_back(path / plan.verdicts[index].name);
+    if (rules.removesSynced) syncedFiles_.noteRemovals(removals);
     ProjectFolderListing folders({path, std::move(versions->folder), versions->entries});
-    for (const size_t index : plan.removals) {
-        const std::string& name = plan.verdicts[index].name;
-        versionremoval::removeBackup(folders, name, rules.removal);
-        removed.push_back(path / name);
+    for (const Path& version : removals) {
+        versionremoval::removeBackup(folders, version.lastPathComponent(), rules.removal);
     }
+    removed.insert(removed.end(), removals.begin(), removals.end());
     list_.forgetVersions(folderName);
     return !plan.endsRun;
 }
@@ -175,11 +177,13 @@ void Retention::removeBackup(const Path& version, RemovalType removeType,
                              RemoveSynced removeSynced) const {
     ProjectFolderListing listing(ListedFolder(version.deletingLastPathComponent()));
     if (!listing.versions.entries.contains(version.lastPathComponent())) return;
+    const bool isRemovedThere =
+        removeSynced == RemoveSynced::yes && retentionRules(Preferences::frontEnd()).removesSynced;
+    if (isRemovedThere) syncedFiles_.noteRemovals({version});
     versionremoval::removeBackup(listing, version.lastPathComponent(), removeType);
     const Path project = version.deletingLastPathComponent().deletingLastPathComponent();
     list_.forgetVersions(project.lastPathComponent());
-    if (removeSynced == RemoveSynced::no) return;
-    if (retentionRules(Preferences::frontEnd()).removesSynced) removeSyncedFiles_({version});
+    if (isRemovedThere) syncedFiles_.remove({version});
 }
 
 bool Retention::removeLastDuplicateForProject(const Path& versionFolder) {

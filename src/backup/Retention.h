@@ -23,12 +23,16 @@ struct ProjectPlan {
 // and removes what is to go. Used from the scan queue.
 class Retention {
   public:
-    // Is handed the paths of removed versions whose copies in the cloud are to go, too.
-    using RemoveSyncedFiles = std::function<void(const std::vector<Path>& versions)>;
+    // Is handed the paths of versions whose copies in the cloud are to go, too: those of a project
+    // before they are removed here, then all of a run.
+    struct SyncedFiles {
+        std::function<void(const std::vector<Path>& versions)> noteRemovals;
+        std::function<void(const std::vector<Path>& versions)> remove;
+    };
 
     // The list must outlive this.
-    Retention(ProjectList& list, RemoveSyncedFiles removeSyncedFiles)
-        : list_(list), removeSyncedFiles_(std::move(removeSyncedFiles)) {}
+    Retention(ProjectList& list, SyncedFiles syncedFiles)
+        : list_(list), syncedFiles_(std::move(syncedFiles)) {}
 
     // Applies the rules to every project in the store.
     void manageBackups();
@@ -62,7 +66,7 @@ class Retention {
     void warnOfPeriodCount(long stored);
 
     ProjectList& list_;
-    RemoveSyncedFiles removeSyncedFiles_;
+    SyncedFiles syncedFiles_;
     bool warned_ = false;
 };
 

@@ -47,7 +47,9 @@ ZBLarkspanBackup::ZBLarkspanBackup()
                       retention_.manageBackups(listing, projects);
                   },
               .cacheForProject = [this](const Path& folder) { return cacheForProject(folder); }}),
-      retention_(list_, [this](const std::vector<Path>& versions) { removeSyncedFiles(versions); }),
+      retention_(list_,
+                 {.noteRemovals = [this](const auto& versions) { mirror_.noteRemovals(versions); },
+                  .remove = [this](const auto& versions) { mirror_.removeSyncedFiles(versions); }}),
       changes_({.cacheFolder = storelayout::cacheFolder,
                 .cacheFile = storelayout::cacheFile,
                 .annotationForFile = ChangeListCache::annotationForFile,

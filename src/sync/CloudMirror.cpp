@@ -149,6 +149,9 @@ static bool mayShowFailureNow() {
 void CloudMirror::uploadFileToCloud(const Path& version) {
     if (!isSyncOn(Preferences::frontEnd())) return;
     if (!isFrontEnd()) {
+        // Nothing there is the version's, should the upload never begin (docs/behaviour.md, own
+        // 23).
+        mirrorrecords::noteRemoteName(version, std::nullopt);
         transfers_.add({.executable = besideHelper("Larkspan"),
                         .arguments = {"-upload", version.str()},
                         .file = version.str()});
@@ -177,14 +180,22 @@ std::string CloudMirror::Upload::name() const {
     return nameOfTry(file.lastPathComponent(), tries);
 }
 
+// Whether an earlier upload of the version found the usual name taken.
+static bool hasFurtherName(const Path& version) {
+    const auto name = mirrorrecords::remoteName(version);
+    return name && *name && **name != archiveName(version);
+}
+
 // docs/behaviour.md, own 23
 void CloudMirror::tryNextName() {
     Upload& upload = uploads_.front();
     ++upload.tries;
-    // Until it is there nothing in the mirror is the version's, but under a name that was free.
-    const bool isNew = upload.archive && upload.tries > 1;
-    mirrorrecords::noteRemoteName(upload.version,
-                                  isNew ? std::optional(upload.name()) : std::nullopt);
+    if (upload.tries > 1 || !hasFurtherName(upload.version)) {
+        // Until it is there nothing in the mirror is the version's, but under a name that was free.
+        const bool isNew = upload.archive && upload.tries > 1;
+        mirrorrecords::noteRemoteName(upload.version,
+                                      isNew ? std::optional(upload.name()) : std::nullopt);
+    }
     client_->uploadFile(upload.name(), cloudlayout::projectFolderOfVersion(upload.version),
                         std::nullopt, upload.file);
 }
@@ -218,6 +229,11 @@ void CloudMirror::uploadedFile(DBRestClient&, const RemotePath&, const Path& fro
         const Upload& upload = uploads_.front();
         const bool hasUsualName = upload.archive && upload.tries == 1;
         if (hasUsualName) mirrorrecords::forgetRemoteName(upload.version);
+        // The same content as that of a former version by this path: the file is this one's now.
+        const auto waiting = mirrorrecords::nameToRemove(upload.version);
+        if (waiting && *waiting == upload.name()) {
+            mirrorrecords::removalIsDone(upload.version, upload.name());
+        }
     }
     uploadEnded();
     if (uploadProcess_) {
@@ -269,17 +285,24 @@ void CloudMirror::removeSyncedFiles(const std::vector<Path>& versions) {
         for (const Path& version : versions) removeVersion(version);
         return;
     }
+    noteRemovals(versions);
+    startRemovals(versions);
+}
+
+void CloudMirror::noteRemovals(const std::vector<Path>& versions) {
+    if (isFrontEnd() || !isSyncOn(Preferences::frontEnd())) return;
     std::vector<Path> kept = versions;
     // The list that a process gets would tell two versions.
     std::erase_if(kept,
                   [](const Path& version) { return version.str().find(',') != std::string::npos; });
     // Without an account nothing of them is there.
-    if (cloudaccounts::load()) mirrorrecords::addRemovals(kept);
-    startRemovals(versions);
+    if (!kept.empty() && cloudaccounts::load()) mirrorrecords::addRemovals(kept);
 }
 
 void CloudMirror::resumeRemovals() {
     if (isFrontEnd() || !isSyncOn(Preferences::frontEnd())) return;
+    // What it was started for may be under way still.
+    if (!transfers_.isIdle()) return;
     const std::vector<Path> versions = mirrorrecords::removals();
     if (versions.empty() || !cloudaccounts::load()) return;
     ZBLog::appendLog("Removing files from Dropbox: %@", textsOf(versions));
@@ -306,21 +329,30 @@ void CloudMirror::removeSyncedProjects(const std::vector<Path>& projects) {
     }
 }
 
+// The name of the version's file there; "" when it has none.
+static Result<std::string> nameThere(const Path& version) {
+    const auto waiting = mirrorrecords::nameToRemove(version);
+    if (!waiting) return waiting.error();
+    if (*waiting) return **waiting;
+    const auto name = mirrorrecords::remoteName(version);
+    if (!name) return name.error();
+    return name->value_or("");
+}
+
 void CloudMirror::removeVersion(const Path& version) {
     DBRestClient* client = restClient();
     if (!client) return;
-    const auto name = mirrorrecords::remoteName(version);
-    if (name && *name) {
-        removals_.emplace_back(version);
-        return client->deletePath(cloudlayout::fileOfVersion(version, **name));
-    }
+    const auto name = nameThere(version);
     if (!name) {
         ZBLog::appendLog("Failed to delete Dropbox file: %@", name.error().description);
         return post("ZBLarkspanRemoveRemoteFileFailed", failureOfNoFile(name.error()));
     }
+    if (!name->empty()) {
+        removals_.emplace_back(Removal{version, *name});
+        return client->deletePath(cloudlayout::fileOfVersion(version, *name));
+    }
     // It never got there: what has its name is another version's.
-    mirrorrecords::forgetRemoteName(version);
-    mirrorrecords::removalIsDone(version);
+    mirrorrecords::removalIsDone(version, *name);
     const RemotePath file = cloudlayout::fileOfVersion(version, archiveName(version));
     post("ZBLarkspanRemoveRemoteFile", Value::Dictionary{{"filename", file.text}});
 }
@@ -328,11 +360,9 @@ void CloudMirror::removeVersion(const Path& version) {
 // The client carries requests out in their order.
 void CloudMirror::removalEnded(bool isDone) {
     if (removals_.empty()) return;
-    const std::optional<Path> version = std::move(removals_.front());
+    const std::optional<Removal> removal = std::move(removals_.front());
     removals_.pop_front();
-    if (!version || !isDone) return;
-    mirrorrecords::forgetRemoteName(*version);
-    mirrorrecords::removalIsDone(*version);
+    if (removal && isDone) mirrorrecords::removalIsDone(removal->version, removal->name);
 }
 
 void CloudMirror::deletedPath(DBRestClient&, const RemotePath& path) {

@@ -56,8 +56,11 @@ class CloudMirror final : private DBRestClientDelegate {
 
     void uploadFileToCloud(const Path& version);
     void downloadFile(const RemotePath& file, const Path& toPath);
-    // The helper writes down what is to be removed, and starts a process for it; a list that is too
-    // long for one goes to several.
+    // In the helper: writes down that the versions are to be removed. Before they go from the
+    // store, so that a killed process forgets none.
+    void noteRemovals(const std::vector<Path>& versions);
+    // The helper notes them and starts a process for it; a list that is too long for one goes to
+    // several.
     void removeSyncedFiles(const std::vector<Path>& versions);
     // In the helper: starts what removals are written down and not done yet.
     void resumeRemovals();
@@ -80,6 +83,12 @@ class CloudMirror final : private DBRestClientDelegate {
         int tries = 0;  // at names
 
         std::string name() const;
+    };
+
+    // The version's file in the cloud.
+    struct Removal {
+        Path version;
+        std::string name;
     };
 
     void startUpload();
@@ -106,8 +115,8 @@ class CloudMirror final : private DBRestClientDelegate {
     void loadFileFailedWithError(DBRestClient&, const Error& error) override;
 
     std::optional<UploadProcess> uploadProcess_;
-    std::deque<Upload> uploads_;                // the first is under way
-    std::deque<std::optional<Path>> removals_;  // asked for, in order; empty for a whole project
+    std::deque<Upload> uploads_;                   // the first is under way
+    std::deque<std::optional<Removal>> removals_;  // asked for, in order; empty for a project
     std::unique_ptr<DBRestClient> client_;
     TransferQueue transfers_;
 };

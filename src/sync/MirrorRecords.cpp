@@ -6,6 +6,7 @@
 #include "kit/Problems.h"
 #include "kit/ZBLocalPaths.h"
 
+#include <algorithm>
 #include <functional>
 
 namespace larkspan {
@@ -51,6 +52,15 @@ void change(const char* name, const std::function<bool(Value::Dictionary&)>& app
 std::string keyOf(const Path& version) {
     const Path project = version.deletingLastPathComponent().deletingLastPathComponent();
     return project.lastPathComponent() + "/" + version.lastPathComponent();
+}
+
+// False when the list holds the name.
+bool addName(Value& list, const std::string& name) {
+    Value::Array names = list.array() ? *list.array() : Value::Array();
+    if (std::ranges::find(names, Value(name)) != names.end()) return false;
+    names.emplace_back(name);
+    list = std::move(names);
+    return true;
 }
 
 }  // namespace
@@ -106,15 +116,63 @@ std::vector<Path> removals() {
 }
 
 void addRemovals(const std::vector<Path>& versions) {
+    const auto names = recordsIn(namesFile);
+    if (!names) {
+        logProblem("Unable to note what is to be removed from the mirror: %@",
+                   names.error().description);
+        return;
+    }
+    std::vector<std::string> taken;
     change(removalsFile, [&](Value::Dictionary& removals) {
-        for (const Path& version : versions) removals.insert_or_assign(version.str(), true);
-        return !versions.empty();
+        bool hasChanged = false;
+        for (const Path& version : versions) {
+            const auto noted = names->find(keyOf(version));
+            if (noted == names->end() && removals.contains(version.str())) continue;
+            const std::string* name = noted == names->end() ? nullptr : noted->second.string();
+            if (noted != names->end()) taken.push_back(noted->first);
+            hasChanged |= addName(removals[version.str()], name ? *name : archiveName(version));
+        }
+        return hasChanged;
+    });
+    if (taken.empty()) return;
+    change(namesFile, [&](Value::Dictionary& left) {
+        for (const std::string& key : taken) left.erase(key);
+        return true;
     });
 }
 
-void removalIsDone(const Path& version) {
-    change(removalsFile,
-           [&](Value::Dictionary& removals) { return removals.erase(version.str()) != 0; });
+Result<std::optional<std::string>> nameToRemove(const Path& version) {
+    const auto removals = recordsIn(removalsFile);
+    if (!removals) return removals.error();
+    const auto found = removals->find(version.str());
+    const auto* names = found == removals->end() ? nullptr : found->second.array();
+    const std::string* name = names && !names->empty() ? names->front().string() : nullptr;
+    return name ? std::optional(*name) : std::nullopt;
+}
+
+void removalIsDone(const Path& version, const std::string& name) {
+    bool waited = false;
+    change(removalsFile, [&](Value::Dictionary& removals) {
+        const auto found = removals.find(version.str());
+        waited = found != removals.end();
+        if (!waited) return false;
+        Value::Array left = found->second.array() ? *found->second.array() : Value::Array();
+        std::erase(left, Value(name));
+        if (left.empty()) {
+            removals.erase(found);
+        } else {
+            found->second = std::move(left);
+        }
+        return true;
+    });
+    if (name.empty() || name == archiveName(version)) return;
+    // A process that was started for the same removal once more must not take the usual name.
+    change(namesFile, [&](Value::Dictionary& names) {
+        // A name that is noted beside one that waited is that of a new version.
+        if (waited) return names.try_emplace(keyOf(version), "").second;
+        names.insert_or_assign(keyOf(version), "");
+        return true;
+    });
 }
 
 }  // namespace mirrorrecords

@@ -21,14 +21,19 @@ Result<std::optional<std::string>> remoteName(const Path& version);
 // Notes the name before a file is uploaded under it; empty while it is not known whether anything
 // there belongs to the version.
 void noteRemoteName(const Path& version, const std::optional<std::string>& name);
-// The version's file has the usual name, or there is none any more.
+// The version's file has the usual name.
 void forgetRemoteName(const Path& version);
 
 // Versions whose files are to be removed from the mirror, until that is done (docs/behaviour.md,
-// own 24).
+// own 24). With each stays the name that its file had when it was removed: a new version may have
+// got the same path meanwhile.
 std::vector<Path> removals();
+// Versions that wait already, and were not uploaded anew, are no further removals.
 void addRemovals(const std::vector<Path>& versions);
-void removalIsDone(const Path& version);
+// The name of the first of the version's files that are to be removed: "" when nothing in the
+// mirror belongs to it, nothing when none waits; an error when that cannot be read.
+Result<std::optional<std::string>> nameToRemove(const Path& version);
+void removalIsDone(const Path& version, const std::string& name);
 
 }  // namespace mirrorrecords
 

@@ -28,6 +28,11 @@ void TransferQueue::add(Transfer transfer) {
     startWhatMay(lock);
 }
 
+bool TransferQueue::isIdle() {
+    const std::lock_guard lock(mutex_);
+    return waiting_.empty() && running_.empty();
+}
+
 void TransferQueue::whenAllAreStarted(std::function<void()> call) {
     std::unique_lock lock(mutex_);
     calls_.push_back(std::move(call));

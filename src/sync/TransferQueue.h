@@ -35,6 +35,8 @@ class TransferQueue {
     // Starts the process at once or later. One that cannot be started is logged.
     void add(Transfer transfer);
 
+    bool isIdle();
+
     // Calls back, on any thread, once nothing waits any more; at once when nothing does.
     void whenAllAreStarted(std::function<void()> call);
 

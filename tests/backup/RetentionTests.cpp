@@ -15,6 +15,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
+using ::testing::SizeIs;
 
 constexpr auto day = 24h;
 
@@ -44,11 +45,21 @@ class RetentionTest : public testing::StoreTest {
         return namesIn(folderOf(identifier) / "Screenshots");
     }
 
+    // Versions of which the mirror was told, by then still there and removed.
+    std::vector<Path> noted;
     std::vector<Path> synced;
     ProjectList list{fake.faults, fake.clock};
-    Retention retention{list, [this](const std::vector<Path>& versions) {
-                            synced.insert(synced.end(), versions.begin(), versions.end());
-                        }};
+    Retention retention{list,
+                        {.noteRemovals =
+                             [this](const auto& versions) {
+                                 noted.insert(noted.end(), versions.begin(), versions.end());
+                                 for (const Path& version : versions)
+                                     EXPECT_TRUE(fake.files.exists(version));
+                             },
+                         .remove =
+                             [this](const auto& versions) {
+                                 synced.insert(synced.end(), versions.begin(), versions.end());
+                             }}};
 };
 
 TEST_F(RetentionTest, RemovesVersionsWithWhatBelongsToThem) {
@@ -112,10 +123,11 @@ TEST_F(RetentionTest, TellsTheCloudWhatWasRemoved) {
     retention.manageBackups();
     EXPECT_THAT(synced,
                 ElementsAre(versionsOf("A") / "Cut.00001.fcp", versionsOf("A") / "Cut.00002.fcp"));
-    synced.clear();
+    EXPECT_EQ(noted, synced);
     setRules({{"syncService", 1}, {"syncDeleteRemoteFiles", 0}});
     retention.removeBackup(versionsOf("A") / "Cut.00003.fcp", RemovalType::remove);
-    EXPECT_THAT(synced, IsEmpty());
+    EXPECT_THAT(synced, SizeIs(2));
+    EXPECT_THAT(noted, SizeIs(2));
     EXPECT_FALSE(fake.files.exists(versionsOf("A"))) << "an empty version folder goes";
 }
 

@@ -293,6 +293,62 @@ TEST_F(CloudMirrorTest, AnUploadThatIsMadeAgainIsNoOther) {
     EXPECT_THAT(server.paths(), ElementsAre("/AAAA/Cut.00001.fcp.zip"));
 }
 
+TEST_F(CloudMirrorTest, OfAnUploadThatNeverBeganNothingIsThere) {
+    server.put("/AAAA/Cut.00001.fcp.zip", "another's");
+    const Path version = addVersion("Cut.00001.fcp");
+    becomeProgram("com.corvane.LarkspanHelper");
+    {
+        CloudMirror helpers;
+        helpers.uploadFileToCloud(version);
+        helpers.removeSyncedFiles({version});
+    }
+    becomeProgram(frontEndBundleIdentifier);
+    mirror.removeSyncedFiles({version});
+    EXPECT_EQ(next().name, "ZBLarkspanRemoveRemoteFile");
+    EXPECT_EQ(server.content("/AAAA/Cut.00001.fcp.zip"), "another's");
+    EXPECT_THAT(mirrorrecords::removals(), IsEmpty());
+}
+
+TEST_F(CloudMirrorTest, ARemovalThatWaitsIsNotThatOfALaterVersionByTheSamePath) {
+    const Path version = addVersion("Cut.00001.fcp", "first");
+    const auto upload = [&] {
+        mirror.uploadFileToCloud(version);
+        EXPECT_EQ(next().name, "ZBLarkspanSyncComplete");
+    };
+    const auto remove = [&] {
+        mirror.removeSyncedFiles({version});
+        return next().name;
+    };
+    upload();
+    becomeProgram("com.corvane.LarkspanHelper");
+    mirror.noteRemovals({version});
+    mirror.noteRemovals({version});
+    becomeProgram(frontEndBundleIdentifier);
+    server.failOnce("files/delete_v2", {.status = 500});
+    EXPECT_EQ(remove(), "ZBLarkspanRemoveRemoteFileFailed");
+
+    writeFile(version, "numbers began again");
+    upload();
+    EXPECT_THAT(server.paths(),
+                ElementsAre("/AAAA/Cut (2).00001.fcp.zip", "/AAAA/Cut.00001.fcp.zip"));
+    EXPECT_EQ(remove(), "ZBLarkspanRemoveRemoteFile");
+    EXPECT_THAT(server.paths(), ElementsAre("/AAAA/Cut (2).00001.fcp.zip"));
+    EXPECT_THAT(mirrorrecords::removals(), IsEmpty());
+    // An upload that is tried again and fails does not make the copy another's.
+    server.failOnce("files/upload", {.status = 507});
+    mirror.uploadFileToCloud(version);
+    EXPECT_EQ(next().name, "ZBLarkspanSyncFailed");
+    EXPECT_EQ(remove(), "ZBLarkspanRemoveRemoteFile");
+    EXPECT_THAT(server.paths(), IsEmpty());
+    // Of a version that has the content of the one that goes the file stays.
+    upload();
+    becomeProgram("com.corvane.LarkspanHelper");
+    mirror.noteRemovals({version});
+    becomeProgram(frontEndBundleIdentifier);
+    upload();
+    EXPECT_THAT(mirrorrecords::removals(), IsEmpty());
+}
+
 TEST_F(CloudMirrorTest, RemovalsAreKeptUntilTheyAreDone) {
     server.put("/AAAA/Cut.00001.fcp.zip", "x");
     server.put("/AAAA/Cut.00002.fcp.zip", "x");

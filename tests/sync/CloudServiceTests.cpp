@@ -90,6 +90,28 @@ TEST_F(CloudServiceTest, LargeFilesGoInChunks) {
     EXPECT_EQ(server.content("/P/a.zip"), "0123456789abcdef");
 }
 
+TEST_F(CloudServiceTest, ATakenNameIsToldFromOtherFailures) {
+    writeFile(Path("/Temp/a.zip"), "0123456789");
+    server.put("/P/a.zip", "other");
+    for (const std::uint64_t largestSingleUpload : {10U, 4U}) {
+        settings.largestSingleUpload = largestSingleUpload;
+        settings.chunkSize = 4;
+        const auto upload = [&] {
+            return service().uploadFile(Path("/Temp/a.zip"), {"/P/a.zip"}, std::nullopt,
+                                        ignoreProgress);
+        };
+        const auto taken = upload();
+        ASSERT_FALSE(taken);
+        EXPECT_TRUE(isNameTaken(taken.error())) << taken.error().description;
+        EXPECT_EQ(server.content("/P/a.zip"), "other");
+        server.failOnce(largestSingleUpload == 4 ? "files/upload_session/finish" : "files/upload",
+                        {.status = 500});
+        const auto failed = upload();
+        ASSERT_FALSE(failed);
+        EXPECT_FALSE(isNameTaken(failed.error()));
+    }
+}
+
 TEST_F(CloudServiceTest, AnAccessTokenThatRanOutIsReplacedOnce) {
     CloudService kept = service();
     ASSERT_TRUE(upload("one"));
