@@ -60,6 +60,14 @@ platform::ExcludedTrees excludedTrees() {
     return excluded;
 }
 
+std::vector<Path> pathsOf(const std::vector<ProjectEntry>& projects) {
+    std::vector<Path> paths;
+    for (const ProjectEntry& project : projects) {
+        paths.push_back(ZBLocalPaths::expandingTilde(project.path));
+    }
+    return paths;
+}
+
 Value describedProblem() {
     const auto problem = lastProblem();
     if (!problem) return {};
@@ -163,13 +171,19 @@ void AppController::beginSetupOnMainThread() {
     events.stopWatching();
     events.setWatchPaths(std::nullopt);
 
-    const std::vector<WatchFolder> folders = watchFolders(Preferences::frontEnd(), "watchFolders");
+    const auto read = Preferences::read(Preferences::frontEndFile());
+    const auto listing = backupController_->listProjects();
+    const Preferences preferences = read ? *read : Preferences();
     events.setDelegate(this);
     events.setExcludedTrees(excludedTrees());
-    events.startWatchingPaths(watchPaths(folders, knownProjectPaths()));
+    events.startWatchingPaths(
+        watchPaths(watchFolders(preferences, "watchFolders"),
+                   listing ? pathsOf(listing->projects) : std::vector<Path>()));
     ZBLog::appendLog("Watch paths: %@", textsOf(events.watchPaths().value_or(std::vector<Path>())));
+    setUpAgainTimer_.reset();
+    if (!read) setUpAgainWhenReadable(read.error());
+    if (read && !listing) setUpAgainWhenReadable(listing.error());
 
-    const Preferences preferences = Preferences::frontEnd();
     DBSession::openSharedSessionIfWanted(preferences);
     beginScheduledBackup();
 
@@ -177,6 +191,17 @@ void AppController::beginSetupOnMainThread() {
     ZBLog::appendLog("Backup interval: %i", interval.count());
     backupTimers_.push_back(
         current().mainThread.scheduleRepeating(interval, [this] { beginScheduledBackup(); }));
+}
+
+// docs/behaviour.md, own 5: what is to be watched is not known.
+void AppController::setUpAgainWhenReadable(const Error& error) {
+    logProblem("Unable to read what is to be watched: %@", error.description);
+    constexpr std::chrono::seconds betweenTries{10};
+    setUpAgainTimer_ = current().mainThread.scheduleRepeating(betweenTries, [this] {
+        const bool isReadable =
+            Preferences::read(Preferences::frontEndFile()) && backupController_->listProjects();
+        if (isReadable) beginSetupOnMainThread();
+    });
 }
 
 void AppController::beginScheduledBackup() {
@@ -250,14 +275,6 @@ void AppController::diskMounted(const Path& mountPoint) {
 
 void AppController::appTerminated(const std::string& bundleIdentifier) {
     if (bundleIdentifier == "com.apple.FinalCut") beginScheduledBackup();
-}
-
-std::vector<Path> AppController::knownProjectPaths() {
-    std::vector<Path> paths;
-    for (const ProjectEntry& project : backupController_->projects()) {
-        paths.push_back(ZBLocalPaths::expandingTilde(project.path));
-    }
-    return paths;
 }
 
 Value AppController::watchedFolders() const {

@@ -73,7 +73,7 @@ class AppController final : public FileSystemEventsDelegate, public ZBXPCControl
     void vendConnection();
     void observeWorkspace();
     void sessionEvent(platform::SessionEvent event);
-    std::vector<Path> knownProjectPaths();
+    void setUpAgainWhenReadable(const Error& error);
     Value watchedFolders() const;
 
     std::unique_ptr<ZBLarkspanBackup> backupController_;
@@ -83,6 +83,7 @@ class AppController final : public FileSystemEventsDelegate, public ZBXPCControl
     std::unique_ptr<platform::SessionEvents::Observation> sessionObserver_;
     std::unique_ptr<platform::Volumes::Observation> mountObserver_;
     std::unique_ptr<platform::Applications::Observation> terminationObserver_;
+    std::unique_ptr<platform::MainThread::Timer> setUpAgainTimer_;  // while something is unread
     // One more for each set-up, the newest last.
     std::vector<std::unique_ptr<platform::MainThread::Timer>> backupTimers_;
     Date started_;

@@ -12,7 +12,7 @@ namespace larkspan {
 
 // What the driver remembers of its last comparison, so that a walk from older to newer versions
 // reads each document once. The document and its identifier lists are those of the newest version,
-// while the path is that of the older one: deliberate, lists have always been made so. One thread.
+// while the path is that of the older one (docs/behaviour.md, fixed 14). One thread.
 class ChangeListMemory {
   public:
     // The older side's path of the last comparison, and the newer side's document; empty and null

@@ -6,8 +6,7 @@
 #include <map>
 
 // What Premiere documents have otherwise: times under other names, and clips that are objects of
-// their own, named by subclips that refer to them. Times are taken as frames as they stand,
-// deliberately: lists have always been made so.
+// their own, named by subclips that refer to them. For the times see docs/behaviour.md, fixed 15.
 
 namespace larkspan {
 namespace {

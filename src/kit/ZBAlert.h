@@ -55,9 +55,9 @@ class ZBAlert : public ZBAlertDelegate, public std::enable_shared_from_this<ZBAl
         const std::optional<std::string>& messageText,
         const std::optional<std::string>& informativeText,
         const std::shared_ptr<platform::Window>& parentWindow = nullptr);
-    // Blocks whatever `block` says, on purpose: callers have come to rely on it.
+    // Blocks whatever `block` says (docs/behaviour.md, fixed 17).
     static int alertSheetWithMessageText(const AlertSheet& sheet, Block block);
-    // Ignores delegate, end operation and `block`, on purpose: as above.
+    // Ignores delegate, end operation and `block`, as above.
     static int alertSheetWithMessageText(const AlertSheet& sheet,
                                          const std::shared_ptr<ZBAlertDelegate>& delegate,
                                          const std::optional<std::string>& didEndSelector,

@@ -52,8 +52,8 @@ std::vector<Path> entriesOf(const Path& folder) {
     return paths;
 }
 
-// The names that an item may get in the Trash: its own, then with the date. With a dot at the end
-// of a name without extension, on purpose: the names in the Trash have always been so.
+// The names that an item may get in the Trash: its own, then with the date. See
+// docs/behaviour.md, fixed 18.
 std::function<std::string(int)> trashNames(const Path& path) {
     const Path name(path.lastPathComponent());
     const std::string date = dateDigits(current().clock.now());

@@ -38,8 +38,7 @@ std::string withoutRootsHome(std::string path) {
     const std::string home = places().homeDirectory().str();
     if (home != "/" && path.starts_with(home)) path.erase(0, home.size());
     if (path.starts_with("/var/root")) path.erase(0, 9);
-    // One character fewer than the prefix has, on purpose: the folders of existing installations
-    // lie where this puts them.
+    // docs/behaviour.md, fixed 19
     if (path.starts_with("/private/var/root")) path.erase(0, 16);
     return path;
 }

@@ -285,7 +285,6 @@ void CloudMirror::removeSyncedFiles(const std::vector<Path>& versions) {
         for (const Path& version : versions) removeVersion(version);
         return;
     }
-    noteRemovals(versions);
     startRemovals(versions);
 }
 

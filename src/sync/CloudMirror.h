@@ -59,8 +59,7 @@ class CloudMirror final : private DBRestClientDelegate {
     // In the helper: writes down that the versions are to be removed. Before they go from the
     // store, so that a killed process forgets none.
     void noteRemovals(const std::vector<Path>& versions);
-    // The helper notes them and starts a process for it; a list that is too long for one goes to
-    // several.
+    // The helper starts a process for it; a list that is too long for one goes to several.
     void removeSyncedFiles(const std::vector<Path>& versions);
     // In the helper: starts what removals are written down and not done yet.
     void resumeRemovals();

@@ -178,6 +178,33 @@ TEST_F(AppControllerTest, NothingIsRegisteredWhileSettingsCannotBeRead) {
     EXPECT_THAT(lines, Contains(StartsWith("Unable to read the version store: ")).Times(1));
 }
 
+TEST_F(AppControllerTest, WhatCannotBeReadAtTheStartIsWatchedOnceItCan) {
+    const auto setUps = [this] {
+        const auto lines = loggedLines();
+        return std::ranges::count(lines, "Setting up...");
+    };
+    long before = 0;
+    for (const Path& unread : {*Preferences::frontEndFile(), Path("/Store")}) {
+        fake.files.addFolder(Path("/Store"));
+        fake.faults.refusePath(unread, EIO);
+        if (before == 0) {
+            launch();
+        } else {
+            controller().setup();
+        }
+        letTimePass(20s);
+        EXPECT_EQ(setUps(), ++before) << unread.str();
+        EXPECT_THAT(
+            loggedLines(),
+            Contains(StartsWith("Unable to read what is to be watched: ")).Times(before / 2 + 1));
+        fake.faults.refusePath(unread, 0);
+        letTimePass(40s);
+        EXPECT_EQ(setUps(), ++before) << unread.str();
+        EXPECT_EQ(ZBFSEvents::sharedController().watchPaths(), std::vector{Path("/Work")});
+    }
+    EXPECT_THAT(allVersions(), ElementsAre("Cut.00001.fcp"));
+}
+
 TEST_F(AppControllerTest, AStoreThatCannotBeReadKeepsNobodyBusy) {
     launch();
     finishRuns();

@@ -300,7 +300,7 @@ TEST_F(CloudMirrorTest, OfAnUploadThatNeverBeganNothingIsThere) {
     {
         CloudMirror helpers;
         helpers.uploadFileToCloud(version);
-        helpers.removeSyncedFiles({version});
+        helpers.noteRemovals({version});
     }
     becomeProgram(frontEndBundleIdentifier);
     mirror.removeSyncedFiles({version});
@@ -357,7 +357,7 @@ TEST_F(CloudMirrorTest, RemovalsAreKeptUntilTheyAreDone) {
     becomeProgram("com.corvane.LarkspanHelper");
     {
         CloudMirror helpers;
-        helpers.removeSyncedFiles(removed);
+        helpers.noteRemovals(removed);
     }
     EXPECT_THAT(mirrorrecords::removals(), ElementsAre(removed[0], removed[1], removed[2]));
 

@@ -21,5 +21,7 @@ static_assert(std::atomic<std::int64_t>::is_always_lock_free);
 // folders that fail are "home" and "work".
 constexpr const char* faultRootVariable = "LARKSPAN_SOAK_ROOT";
 constexpr const char* faultFileName = "faults";
+constexpr const char* homeFolderName = "home";
+constexpr const char* workFolderName = "work";
 
 }  // namespace larkspan::soak

@@ -33,8 +33,8 @@ Roots mappedRoots() {
     Roots roots;
     const char* root = ::getenv(faultRootVariable);
     if (!root) return roots;
-    roots.home = std::string(root) + "/home/";
-    roots.work = std::string(root) + "/work/";
+    roots.home = std::string(root) + '/' + homeFolderName + '/';
+    roots.work = std::string(root) + '/' + workFolderName + '/';
     const std::string file = std::string(root) + "/" + faultFileName;
     const long descriptor = ::syscall(SYS_openat, AT_FDCWD, file.c_str(), O_RDWR | O_CLOEXEC, 0);
     if (descriptor < 0) return roots;
