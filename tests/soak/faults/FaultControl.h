@@ -17,8 +17,8 @@ struct FaultControl {
 };
 static_assert(std::atomic<std::int64_t>::is_always_lock_free);
 
-// The environment variable with the root of the soak: the control file is "faults" in it, the
-// folders that fail are "home" and "work".
+// The environment variable with the root of the soak, then the control file and the folders in it
+// in which calls fail.
 constexpr const char* faultRootVariable = "LARKSPAN_SOAK_ROOT";
 constexpr const char* faultFileName = "faults";
 constexpr const char* homeFolderName = "home";
