@@ -181,8 +181,7 @@ void AppController::beginSetupOnMainThread() {
                    listing ? pathsOf(listing->projects) : std::vector<Path>()));
     ZBLog::appendLog("Watch paths: %@", textsOf(events.watchPaths().value_or(std::vector<Path>())));
     setUpAgainTimer_.reset();
-    if (!read) setUpAgainWhenReadable(read.error());
-    if (read && !listing) setUpAgainWhenReadable(listing.error());
+    if (!read || !listing) setUpAgainWhenReadable();
 
     DBSession::openSharedSessionIfWanted(preferences);
     beginScheduledBackup();
@@ -193,9 +192,8 @@ void AppController::beginSetupOnMainThread() {
         current().mainThread.scheduleRepeating(interval, [this] { beginScheduledBackup(); }));
 }
 
-// docs/behaviour.md, own 5: what is to be watched is not known.
-void AppController::setUpAgainWhenReadable(const Error& error) {
-    logProblem("Unable to read what is to be watched: %@", error.description);
+// docs/behaviour.md, own 5
+void AppController::setUpAgainWhenReadable() {
     constexpr std::chrono::seconds betweenTries{10};
     setUpAgainTimer_ = current().mainThread.scheduleRepeating(betweenTries, [this] {
         const bool isReadable =

@@ -73,7 +73,7 @@ class AppController final : public FileSystemEventsDelegate, public ZBXPCControl
     void vendConnection();
     void observeWorkspace();
     void sessionEvent(platform::SessionEvent event);
-    void setUpAgainWhenReadable(const Error& error);
+    void setUpAgainWhenReadable();
     Value watchedFolders() const;
 
     std::unique_ptr<ZBLarkspanBackup> backupController_;
