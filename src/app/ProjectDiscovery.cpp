@@ -39,8 +39,10 @@ void registerProject(const Path& project, ShowAlerts showAlerts) {
 
 // Programs that show the store are told once for each folder in which something was found.
 std::vector<Path> registerProjects(const std::vector<ScannedFolder>& folders,
-                                   const KnownProjects& known, ShowAlerts showAlerts) {
-    std::vector<Path> projects = scanForProjects(folders, known).projects;
+                                   const KnownProjects& known,
+                                   const std::vector<ScannedFolder>& watched,
+                                   ShowAlerts showAlerts) {
+    std::vector<Path> projects = scanForProjects(folders, known, watched).projects;
     std::set<Path> foldersOfProjects;
     for (const Path& project : projects) {
         registerProject(project, showAlerts);
@@ -89,24 +91,26 @@ std::vector<Path> ProjectDiscovery::populateProjectsFromWatchFolders(
     const Preferences preferences = Preferences::frontEnd();
     const std::vector<WatchFolder> folders = discoveryFolders(preferences, path);
     ZBLog::appendLog("Populating projects from folders: %@", description(folders));
-    return registerProjects(wholeFolders(folders), known, showAlerts(preferences));
+    return registerProjects(wholeFolders(folders), known,
+                            wholeFolders(discoveryFolders(preferences, std::nullopt)),
+                            showAlerts(preferences));
 }
 
 std::vector<Path> ProjectDiscovery::populateProjectsFromChangedFolders(
     const Known& known, const std::vector<ChangedFolder>& changed) {
     const Preferences preferences = Preferences::frontEnd();
-    const std::vector<ScannedFolder> folders =
-        changedFoldersWithin(discoveryFolders(preferences, std::nullopt), changed);
+    const auto watched = discoveryFolders(preferences, std::nullopt);
+    const std::vector<ScannedFolder> folders = changedFoldersWithin(watched, changed);
     if (folders.empty()) return {};
     ZBLog::appendLog("Populating projects from folders: %@", description(folders));
-    return registerProjects(folders, known, showAlerts(preferences));
+    return registerProjects(folders, known, wholeFolders(watched), showAlerts(preferences));
 }
 
 std::vector<Path> ProjectDiscovery::addNewProjectsInFolder(
     const Path& folder, const std::vector<std::string>& types,
     const std::vector<Path>& existingProjects, ShowAlerts showAlerts) {
     const Known known(existingProjects.begin(), existingProjects.end());
-    return registerProjects({{folder, types}}, known, showAlerts);
+    return registerProjects({{folder, types}}, known, {}, showAlerts);
 }
 
 }  // namespace larkspan

@@ -71,7 +71,10 @@ void ScanRuns::run() {
         engine_.listProjects(requests.everything ? Look::atEverySetting : Look::atTheStoreFolder);
     if (listing) {
         backUp(requests, *listing);
-        backUpFirstStates(discover(requests, *listing));
+        if (requests.everything) noteNames(*listing);
+        const std::vector<Path> registered = discover(requests, *listing);
+        linkedNames_.note(registered);
+        backUpFirstStates(registered);
     } else {
         logProblem("Unable to read the version store: %@", listing.error().description);
     }
@@ -81,6 +84,12 @@ void ScanRuns::run() {
     });
 }
 
+void ScanRuns::noteNames(const ProjectListing& listing) {
+    const std::unordered_set<Path> paths = knownPaths(listing);
+    linkedNames_.forget();
+    linkedNames_.note({paths.begin(), paths.end()});
+}
+
 void ScanRuns::backUp(const Requests& requests, const ProjectListing& listing) {
     if (requests.everything) {
         ZBLog::fastAppendLog("Processing projects...");
@@ -88,9 +97,12 @@ void ScanRuns::backUp(const Requests& requests, const ProjectListing& listing) {
     }
     if (!requests.changed.empty()) {
         ZBLog::fastAppendLog("Processing projects in %@...", requests.changed.description());
-        const AffectedProjects affected(requests.changed.folders());
-        engine_.processProjects(listing,
-                                [&](const Path& project) { return affected.contains(project); });
+        const ChangedFolders changed = withRealNames(requests.changed);
+        const AffectedProjects affected(changed.folders());
+        engine_.processProjects(listing, [&](const Path& project) {
+            const Path* const real = linkedNames_.realPath(project);
+            return affected.contains(project) || (real && affected.contains(*real));
+        });
     }
     if (requests.unrested) engine_.processUnrestedProjects(listing);
 }

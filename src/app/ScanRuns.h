@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/ChangedFolders.h"
+#include "app/LinkedNames.h"
 #include "app/ScanQueue.h"
 #include "backup/ZBLarkspanBackup.h"
 #include "foundation/Guarded.h"
@@ -49,6 +50,7 @@ class ScanRuns {
     template <class Change>
     void request(Change change);
     void run();
+    void noteNames(const ProjectListing& listing);
     void backUp(const Requests& requests, const ProjectListing& listing);
     std::vector<Path> discover(const Requests& requests, const ProjectListing& listing);
     void backUpFirstStates(const std::vector<Path>& registered);
@@ -56,6 +58,7 @@ class ScanRuns {
 
     ZBLarkspanBackup& engine_;
     Guarded<Requests> requests_;
+    LinkedNames linkedNames_;  // of the runs
     std::unique_ptr<platform::MainThread::Timer> unrestedTimer_;
     // For work that is posted to the main thread and may come there after the end of this.
     const std::shared_ptr<ScanRuns*> self_ = std::make_shared<ScanRuns*>(this);

@@ -21,14 +21,6 @@ bool contains(const std::vector<Path>& paths, const Path& path) {
     return std::find(paths.begin(), paths.end(), path) != paths.end();
 }
 
-// Whether discovery gets from the watch folder down to the folder.
-bool isReached(const Path& folder, const Path& watchFolder) {
-    if (isIgnoredFolder(watchFolder.lastPathComponent())) return false;
-    const auto components = folder.pathComponents();
-    const auto above = static_cast<std::ptrdiff_t>(watchFolder.pathComponents().size());
-    return std::all_of(components.begin() + above, components.end(), isLookedInto);
-}
-
 }  // namespace
 
 std::vector<WatchFolder> watchFolders(const Preferences& preferences, const char* key) {
@@ -93,8 +85,7 @@ std::vector<ScannedFolder> changedFoldersWithin(const std::vector<WatchFolder>& 
         for (const ChangedFolder& change : changed) {
             const auto subfolders =
                 change.withSubfolders ? WithSubfolders::yes : WithSubfolders::no;
-            if (change.path.isWithin(watched.folder)) {
-                if (!isReached(change.path, watched.folder)) continue;
+            if (isReached(change.path, watched.folder)) {
                 found.push_back({change.path, watched.types, subfolders});
             } else if (change.withSubfolders && watched.folder.isWithin(change.path)) {
                 found.push_back(watched);

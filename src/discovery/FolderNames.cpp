@@ -34,4 +34,12 @@ bool isLookedInto(std::string_view name) {
     return !isIgnoredFolder(name) && !canBeProject(name);
 }
 
+bool isReached(const Path& folder, const Path& watchFolder) {
+    if (!folder.isWithin(watchFolder)) return false;
+    if (isIgnoredFolder(watchFolder.lastPathComponent())) return false;
+    const auto components = folder.pathComponents();
+    const auto above = static_cast<std::ptrdiff_t>(watchFolder.pathComponents().size());
+    return std::all_of(components.begin() + above, components.end(), isLookedInto);
+}
+
 }  // namespace larkspan

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "foundation/Path.h"
+
 #include <string_view>
 
 namespace larkspan {
@@ -15,5 +17,8 @@ bool canBeProject(std::string_view folderName);
 
 // Whether a folder of that name below a watch folder is looked into.
 bool isLookedInto(std::string_view name);
+
+// Whether the folder is the watch folder or lies below it where folders are looked into, by names.
+bool isReached(const Path& folder, const Path& watchFolder);
 
 }  // namespace larkspan

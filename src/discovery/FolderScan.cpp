@@ -1,6 +1,7 @@
 #include "discovery/FolderScan.h"
 
 #include "discovery/FolderNames.h"
+#include "discovery/LinkTargets.h"
 #include "discovery/SecondNames.h"
 #include "foundation/Text.h"
 #include "kit/ZBException.h"
@@ -24,24 +25,11 @@ bool standsBefore(const Path& one, const Path& other) {
     return pathListingOrder(one.str(), other.str());
 }
 
-// Whether a link leads to a folder that it lies in: all of that would be looked through, a whole
-// disk maybe (docs/behaviour.md, own 15).
-bool leadsUp(const Path& link) {
-    platform::Files& files = platform::Platform::current().files;
-    const auto target = files.info(link);
-    if (!target) return false;
-    Path folder = link;
-    while (folder.str().size() > 1) {
-        folder = folder.deletingLastPathComponent();
-        const auto info = files.info(folder);
-        if (info && info->identity == target->identity) return true;
-    }
-    return false;
-}
-
 class FolderScan {
   public:
-    FolderScan(const KnownProjects& known, std::optional<Seconds> atMost) : known_(known) {
+    FolderScan(const KnownProjects& known, const std::vector<ScannedFolder>& watched,
+               std::optional<Seconds> atMost)
+        : known_(known), watched_(watched) {
         if (atMost) deadline_ = uptime() + *atMost;
     }
 
@@ -51,12 +39,16 @@ class FolderScan {
             const bool isMeant = folder.withSubfolders == withSubfolders;
             if (isMeant && !folder.folder.empty() &&
                 !isIgnoredFolder(folder.folder.lastPathComponent()))
-                scan({i, 0, folder.folder}, walkFor(folder.types), withSubfolders);
+                scan({i, 0, folder.folder}, folder.types, withSubfolders);
         }
+        if (links_.empty()) return;
+        const LinkTargets targets(watched_);
         while (!links_.empty()) {
             const Link link = links_.front();
             links_.pop_front();
-            if (!leadsUp(link.place.path)) scan(link.place, *link.walk, WithSubfolders::yes);
+            if (targets.isFollowed(link.place.path, link.types)) {
+                scan(link.place, link.types, WithSubfolders::yes);
+            }
         }
     }
 
@@ -81,7 +73,7 @@ class FolderScan {
     };
     struct Link {
         Place place;
-        FolderWalk* walk;
+        std::vector<std::string> types;
     };
 
     static Seconds uptime() { return platform::Platform::current().clock.uptime(); }
@@ -100,9 +92,10 @@ class FolderScan {
         return *walk;
     }
 
-    void scan(const Place& place, FolderWalk& walk, WithSubfolders withSubfolders) {
+    void scan(const Place& place, const std::vector<std::string>& types,
+              WithSubfolders withSubfolders) {
         if (!mayGoOn()) return;
-        FolderWalk::Found found = walk.walk(place.path, withSubfolders);
+        FolderWalk::Found found = walkFor(types).walk(place.path, withSubfolders);
         for (Path& path : found.projects) {
             found_.push_back({place.folder, place.links, std::move(path)});
         }
@@ -112,11 +105,12 @@ class FolderScan {
         if (withSubfolders == WithSubfolders::no) return;
         std::ranges::sort(found.linkedFolders, standsBefore);
         for (Path& path : found.linkedFolders) {
-            links_.push_back({{place.folder, place.links + 1, std::move(path)}, &walk});
+            links_.push_back({{place.folder, place.links + 1, std::move(path)}, types});
         }
     }
 
     const KnownProjects& known_;
+    const std::vector<ScannedFolder>& watched_;
     std::optional<Seconds> deadline_;
     std::atomic<bool> isTimeUp_ = false;
     std::map<std::vector<std::string>, std::unique_ptr<FolderWalk>> walks_;  // one for each types
@@ -131,8 +125,9 @@ class FolderScan {
 }  // namespace
 
 ScanResult scanForProjects(const std::vector<ScannedFolder>& folders, const KnownProjects& known,
+                           const std::vector<ScannedFolder>& watched,
                            std::optional<Seconds> atMost) {
-    FolderScan scan(known, atMost);
+    FolderScan scan(known, watched, atMost);
     // Whole trees first: a folder that was looked through by itself is not gone down into again.
     scan.scan(folders, WithSubfolders::yes);
     scan.scan(folders, WithSubfolders::no);

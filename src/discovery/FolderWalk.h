@@ -1,5 +1,6 @@
 #pragma once
 
+#include "discovery/ScannedFolder.h"
 #include "discovery/TypeList.h"
 #include "foundation/Guarded.h"
 #include "foundation/OperationQueue.h"
@@ -17,8 +18,6 @@ namespace larkspan {
 
 // Paths of the projects that the store knows.
 using KnownProjects = std::unordered_set<Path>;
-
-enum class WithSubfolders { no, yes };
 
 // Goes through folder trees for what has the name, and the content, of a project. Every folder is
 // looked through once, by device and inode, however many trees lead to it.

@@ -23,7 +23,7 @@ constexpr Seconds longestLook = std::chrono::seconds(2);
 
 // What the helper will find there, by the very look that it takes.
 std::string projectsIn(const Path& folder, const std::string& extensions) {
-    const ScanResult found = scanForProjects({{folder, typeList(extensions)}}, {}, longestLook);
+    const ScanResult found = scanForProjects({{folder, typeList(extensions)}}, {}, {}, longestLook);
     const size_t count = found.projects.size();
     const std::string projects = countText(count, "project", "projects") + ".";
     if (!found.isComplete && count == 0) return "Its projects are still to be found.";

@@ -123,6 +123,8 @@ class Files {
     virtual Result<FileInfo> info(const Path& path) = 0;
     // Of the entry itself.
     virtual Result<FileInfo> linkInfo(const Path& path) = 0;
+    // The absolute path of what is there, without links, "." and "..".
+    virtual Result<Path> realPath(const Path& path) = 0;
     // False also where it cannot be told: for what may be created or copied, not for what may be
     // forgotten or removed.
     bool exists(const Path& path) { return static_cast<bool>(info(path)); }

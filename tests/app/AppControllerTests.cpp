@@ -1,5 +1,6 @@
 #include "app/AppController.h"
 #include "app/LarkspanHelperAppDelegate.h"
+#include "app/ZBProject.h"
 #include "platform/Connections.h"
 #include "support/StoreTest.h"
 
@@ -95,6 +96,25 @@ TEST_F(AppControllerTest, AChangeBecomesAVersionWhenItHasComeToRest) {
     EXPECT_THAT(lines, Contains("File /Work/Cut.fcp finished writing.").Times(1));
     EXPECT_THAT(lines, Contains(StartsWith("File system events: ({date = ")));
     EXPECT_EQ(fake.mainThread.timerIntervals().size(), 1U);
+}
+
+TEST_F(AppControllerTest, NoticesASaveByWhateverNameLinksGiveItsFolder) {
+    fake.files.addLink(Path("/Link"), "/Work");
+    fake.files.addLink(Path("/Other"), "/Work");
+    preferences["watchFolders"] = Value::Array{
+        Value::Dictionary{{"folder", "/Work"}, {"extensions", "fcp"}},
+        Value::Dictionary{{"folder", "/Other"}, {"extensions", "fcp"}},
+    };
+    setPreferences(preferences);
+    (void)ZBProject::projectWithPath(Path("/Link/Cut.fcp"));
+    save(Path("/Work/New.fcp"), "one", 1h);
+    launch();
+    finishRuns();
+    save(Path("/Work/Cut.fcp"), "two", 5s);
+    save(Path("/Work/New.fcp"), "two", 5s);
+    reportChange("/Other");
+    EXPECT_THAT(allVersions(),
+                ElementsAre("Cut.00001.fcp", "Cut.00002.fcp", "New.00001.fcp", "New.00002.fcp"));
 }
 
 TEST_F(AppControllerTest, WhatNeverRestsHoldsNothingUpAndIsTakenOnceAMinute) {

@@ -117,6 +117,31 @@ TEST_F(FolderScanTest, OneFolderByTwoNamesGivesTheFirst) {
                 ElementsAre("/Real/sub/Cut.fcp"));
 }
 
+TEST_F(FolderScanTest, FollowsNoLinkIntoWhatIsWatchedWithoutIt) {
+    file("/W/a/in.fcp");
+    file("/W/a/.hidden/deep/hidden.fcp");
+    file("/W/shut/deep/shut.fcp");
+    file("/V/other.fcp");
+    link("/Watched", "/W");
+    for (const auto& [name, target] : {std::pair{"1", "/W/a"},
+                                       {"2", "/Watched/a"},
+                                       {"3", "/W/a/.hidden/deep"},
+                                       {"4", "/W/shut/deep"},
+                                       {"5", "/V"},
+                                       {"6", "/W/missing"}}) {
+        link((std::string("/W/new/") + name).c_str(), target);
+    }
+    // Lists nothing, but lets through.
+    ASSERT_FALSE(fake.files.setPermissions(Path("/W/shut"), 0300));
+    const std::vector<ScannedFolder> watched{
+        {Path("/Watched"), {"fcp"}}, {Path("/V"), {"prproj"}}, {Path("/gone"), {"fcp"}}};
+    const auto paths = scanForProjects({{Path("/W/new"), {"fcp"}}}, {}, watched).projects;
+    EXPECT_THAT(paths, ElementsAre(Path("/W/new/3/hidden.fcp"), Path("/W/new/4/shut.fcp"),
+                                   Path("/W/new/5/other.fcp")));
+    fake.faults.refusePath(Path("/W/a"), EIO);
+    EXPECT_EQ(scanForProjects({{Path("/W/new"), {"fcp"}}}, {}, watched).projects, paths);
+}
+
 TEST_F(FolderScanTest, AFolderAloneIsNotGoneDownInto) {
     file("/W/a.fcp");
     file("/W/in/b.fcp");
@@ -144,10 +169,10 @@ TEST_F(FolderScanTest, AnXMLFileIsAProjectWhenItHoldsAnEdit) {
 
 TEST_F(FolderScanTest, EndsWhenTheTimeIsUp) {
     file("/W/a/one.fcp");
-    const ScanResult none = scanForProjects({{Path("/W"), {"fcp"}}}, {}, Seconds(0));
+    const ScanResult none = scanForProjects({{Path("/W"), {"fcp"}}}, {}, {}, Seconds(0));
     EXPECT_FALSE(none.isComplete);
     EXPECT_THAT(none.projects, IsEmpty());
-    EXPECT_TRUE(scanForProjects({{Path("/W"), {"fcp"}}}, {}, Seconds(1)).isComplete);
+    EXPECT_TRUE(scanForProjects({{Path("/W"), {"fcp"}}}, {}, {}, Seconds(1)).isComplete);
 }
 
 }  // namespace

@@ -108,6 +108,26 @@ TEST_P(FilesContract, TellsFactsOfWhatIsThere) {
     EXPECT_NE(files().info(at("folder"))->identity, files().info(at("file"))->identity);
 }
 
+TEST_P(FilesContract, TellsPathsWithoutLinks) {
+    makeFolder(at("folder/deep"));
+    write(at("folder/file"), "123");
+    makeLink(at("link"), "folder");
+    makeLink(at("folder/up"), "..");
+    makeLink(at("dangling"), "nowhere");
+    const auto real = [&](const char* name) {
+        const auto path = files().realPath(at(name));
+        return path ? path->str() : std::string();
+    };
+    const std::string folder = real("folder");
+    EXPECT_THAT(folder, ::testing::EndsWith("/folder"));
+    EXPECT_EQ(real("link"), folder);
+    EXPECT_EQ(real("link/./up/link//deep"), folder + "/deep");
+    EXPECT_EQ(real("link/file"), folder + "/file");
+    EXPECT_EQ(files().realPath(Path("/"))->str(), "/");
+    EXPECT_EQ(codeOf(files().realPath(at("dangling"))), ENOENT);
+    EXPECT_EQ(codeOf(files().realPath(at("missing"))), ENOENT);
+}
+
 TEST_P(FilesContract, ReadsRegularFilesUpToASize) {
     const std::string bytes(300'000, 'x');
     write(at("file"), bytes);

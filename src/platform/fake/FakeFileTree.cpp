@@ -135,6 +135,17 @@ bool FakeFileTree::holds(const FakeNode& top, const FakeNode& node) {
                        [&](const auto& entry) { return holds(*entry.second, node); });
 }
 
+Path FakeFileTree::pathOf(const FakeNode& node) const {
+    Path path("/");
+    for (const FakeNode* at = root_.get(); at != &node;) {
+        const auto next = std::ranges::find_if(
+            at->entries, [&](const auto& entry) { return holds(*entry.second, node); });
+        path = path / next->first;
+        at = next->second.get();
+    }
+    return path;
+}
+
 bool FakeFileTree::contentsEqual(const FakeNode& one, const FakeNode& other) {
     constexpr unsigned toRead = 4;
     if (one.kind != other.kind || one.kind == EntryKind::other) return false;

@@ -65,6 +65,8 @@ class FakeFileTree {
     static bool contentsEqual(const FakeNode& one, const FakeNode& other);
     // Whether a node is another one or lies below it.
     static bool holds(const FakeNode& top, const FakeNode& node);
+    // The path without links of a node in the tree.
+    Path pathOf(const FakeNode& node) const;
 
     const FakeNodePointer& root() const { return root_; }
 

@@ -139,6 +139,14 @@ Result<FileInfo> FakeFiles::linkInfo(const Path& path) {
     });
 }
 
+Result<Path> FakeFiles::realPath(const Path& path) {
+    return state_.with([&](State& state) -> Result<Path> {
+        const auto found = state.tree.find(path);
+        if (found.failed != 0) return posixError(found.failed, path.str());
+        return state.tree.pathOf(*found.node);
+    });
+}
+
 Result<std::vector<DirectoryEntry>> FakeFiles::contentsOfFolder(const Path& path) {
     const std::string doing = "listing " + path.str();
     return state_.with([&](State& state) -> Result<std::vector<DirectoryEntry>> {

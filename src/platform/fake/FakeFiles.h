@@ -37,6 +37,7 @@ class FakeFiles final : public Files {
 
     Result<FileInfo> info(const Path& path) override;
     Result<FileInfo> linkInfo(const Path& path) override;
+    Result<Path> realPath(const Path& path) override;
     Result<std::vector<DirectoryEntry>> contentsOfFolder(const Path& folder) override;
     Result<std::unique_ptr<Folder>> openFolder(const Path& folder) override;
     Result<std::string> readFile(const Path& path, size_t largestSize) override;

@@ -119,6 +119,11 @@ Result<FileInfo> FaultyFiles::linkInfo(const Path& path) {
     return files_.linkInfo(path);
 }
 
+Result<Path> FaultyFiles::realPath(const Path& path) {
+    if (auto error = refused(FileOperation::info, path)) return *error;
+    return files_.realPath(path);
+}
+
 Result<std::vector<DirectoryEntry>> FaultyFiles::contentsOfFolder(const Path& folder) {
     if (auto error = refused(FileOperation::contentsOfFolder, folder)) return *error;
     return files_.contentsOfFolder(folder);

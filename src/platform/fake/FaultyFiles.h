@@ -8,7 +8,7 @@
 namespace larkspan::platform {
 
 enum class FileOperation {
-    info,  // also linkInfo, exists, isFolder and the facts that a folder gives
+    info,  // also linkInfo, realPath, exists, isFolder and the facts that a folder gives
     contentsOfFolder,
     folderEntries,
     openFolder,
@@ -54,6 +54,7 @@ class FaultyFiles final : public Files {
 
     Result<FileInfo> info(const Path& path) override;
     Result<FileInfo> linkInfo(const Path& path) override;
+    Result<Path> realPath(const Path& path) override;
     Result<std::vector<DirectoryEntry>> contentsOfFolder(const Path& folder) override;
     Result<std::unique_ptr<Folder>> openFolder(const Path& folder) override;
     Result<std::string> readFile(const Path& path, size_t largestSize) override;

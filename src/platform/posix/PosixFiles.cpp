@@ -15,6 +15,8 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -67,6 +69,13 @@ Result<FileInfo> PosixFiles::info(const Path& path) {
 
 Result<FileInfo> PosixFiles::linkInfo(const Path& path) {
     return infoAt(path, AT_SYMLINK_NOFOLLOW);
+}
+
+Result<Path> PosixFiles::realPath(const Path& path) {
+    const std::unique_ptr<char, void (*)(void*)> real(::realpath(systemName(path), nullptr),
+                                                      std::free);
+    if (!real) return posixError(errno, path.str());
+    return Path(real.get());
 }
 
 Result<std::vector<DirectoryEntry>> PosixFiles::contentsOfFolder(const Path& path) {
