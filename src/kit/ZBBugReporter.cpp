@@ -191,13 +191,15 @@ void ZBBugReporter::leaveReports() {
     const std::string application = bundleName();
     if (folders.empty() || application.empty()) return;
     removeOldReports(folders.front(), application);
-    auto error = current().files.createFolder(folders.front());
-    if (!error) {
-        error = current().crashReports.begin({.folder = folders.front(),
-                                              .application = application,
-                                              .version = bundle.infoString("CFBundleVersion")});
+    const auto folderError = current().files.createFolder(folders.front());
+    // It may be there all the same, on a disk that fails for a moment.
+    const auto error =
+        current().crashReports.begin({.folder = folders.front(),
+                                      .application = application,
+                                      .version = bundle.infoString("CFBundleVersion")});
+    for (const auto& problem : {folderError, error}) {
+        if (problem) reportToConsole("Unable to write crash reports: %@", problem->description);
     }
-    if (error) reportToConsole("Unable to write crash reports: %@", error->description);
 }
 
 }  // namespace larkspan

@@ -23,6 +23,7 @@ constexpr std::uint64_t largestGeneration = 500'000;
 // Entries below this many characters are waited for, while no more than this is pending.
 constexpr std::uint64_t shortEntry = 100;
 constexpr size_t abandonedWhenQuitting = 20;
+constexpr Seconds betweenStarts{10.0};
 // So long the writer lets entries come together, where nobody waits for them.
 constexpr std::chrono::milliseconds gathering{3};
 
@@ -141,7 +142,15 @@ void ZBLog::startGeneration(const std::optional<std::string>& name) {
         const std::lock_guard lock(mutex_);
         appName_ = "Unknown";
     }
-    if (rotateGenerations()) openGeneration();
+    const bool isStarted = rotateGenerations() && openGeneration();
+    const std::lock_guard lock(mutex_);
+    startAgainAt_.reset();
+    if (!isStarted) startAgainAt_ = current().clock.uptime() + betweenStarts;
+}
+
+bool ZBLog::isTimeToStartAgain() const {
+    const std::lock_guard lock(mutex_);
+    return startAgainAt_ && current().clock.uptime() >= *startAgainAt_;
 }
 
 bool ZBLog::rotateGenerations() {
@@ -164,20 +173,22 @@ bool ZBLog::rotateGenerations() {
     return true;
 }
 
-void ZBLog::openGeneration() {
+// False when there is no file.
+bool ZBLog::openGeneration() {
     const auto file = currentFile();
-    if (!file) return;
+    if (!file) return false;
     if (const auto error = current().files.writeFileAtomically(*file, "")) {
         print("Unable to create log file %s - %s\n", *file, error->description);
-        return;
+        return false;
     }
     auto opened = current().files.openForAppending(*file);
-    if (!opened) return;
+    if (!opened) return true;
     {
         const std::lock_guard lock(mutex_);
         fileHandle_ = std::move(*opened);
     }
     queueHeader();
+    return true;
 }
 
 void ZBLog::queueHeader() {
@@ -279,9 +290,18 @@ void ZBLog::reportProblem(const std::string& reason) const {
     if (!loggingDisabled_) print("Exception writing to log: %s\n", reason);
 }
 
-// The current file, opened where it is there; only startGeneration creates it. Null otherwise. The
-// writer holds it while it writes, whoever closes the log meanwhile.
+// The current file. A generation that could not be started is begun anew here, since the disk may
+// have been full for a while. The writer holds the file while it writes, whoever closes the log
+// meanwhile.
 std::shared_ptr<platform::FileWriter> ZBLog::openFile() {
+    auto file = openExistingFile();
+    if (file || !isTimeToStartAgain()) return file;
+    startGeneration(appName());
+    return openExistingFile();
+}
+
+// Null where there is none: only startGeneration creates it.
+std::shared_ptr<platform::FileWriter> ZBLog::openExistingFile() {
     {
         const std::lock_guard lock(mutex_);
         if (fileHandle_) return fileHandle_;

@@ -99,23 +99,26 @@ class ZBLog {
     void queueWriting();
     void startGeneration(const std::optional<std::string>& name);
     bool rotateGenerations();
-    void openGeneration();
+    bool openGeneration();
+    bool isTimeToStartAgain() const;
     void queueHeader();
     void appendLogOnThread();
     size_t writeSome(std::span<const Entry> entries);
     const std::string& lineStart();
     void reportProblem(const std::string& reason) const;
     std::shared_ptr<platform::FileWriter> openFile();
+    std::shared_ptr<platform::FileWriter> openExistingFile();
     void close();
 
     static std::optional<Path> folder();
     Path generation(const Path& inFolder, long number) const;
     std::optional<Path> currentFile() const;
 
-    // Guards the name and the file, which the starting thread and the writer both use.
+    // Guards these three, which the starting thread and the writer both use.
     mutable std::mutex mutex_;
     std::string appName_;
     std::shared_ptr<platform::FileWriter> fileHandle_;
+    std::optional<Seconds> startAgainAt_;  // by the uptime, after a generation could not be started
 
     std::atomic<std::uint64_t> bytesWritten_{0};
     std::atomic<std::uint64_t> bytesInQueue_{0};  // characters, advisory

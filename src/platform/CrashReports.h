@@ -9,7 +9,7 @@
 namespace larkspan::platform {
 
 struct CrashReportForm {
-    Path folder = {};              // absolute; exists
+    Path folder = {};              // absolute; without it there is no report
     std::string application = {};  // reports are named after it: APPLICATION_DATE_PROCESS.crash
     std::string version = {};
 };

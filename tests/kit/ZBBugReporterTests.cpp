@@ -234,6 +234,12 @@ TEST_F(BugReporterTest, LeavesReportsOfItsOwnWhereTheSearchLooksFirstAndKeepsThe
     fake.crashReports.refusal = Error{"domain", 1, "no room"};
     ZBBugReporter::leaveReports();
     EXPECT_THAT(fake.console.reported(), ElementsAre("Unable to write crash reports: no room"));
+
+    fake.crashReports.refusal.reset();
+    fake.faults.refuseCall(platform::FileOperation::createFolder, 1, EIO);
+    ZBBugReporter::leaveReports();
+    EXPECT_EQ(fake.crashReports.begun.size(), 2U);
+    EXPECT_EQ(fake.console.reported().size(), 2U);
 }
 
 }  // namespace

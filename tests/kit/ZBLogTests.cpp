@@ -182,6 +182,28 @@ TEST_F(ZBLogTest, SaysWhenItsFolderCannotBeMade) {
                 ElementsAre("Unable to create folder " + folder().str() + "."));
 }
 
+TEST_F(ZBLogTest, IsStartedLaterWhenItCouldNotBeAtFirst) {
+    const auto log = [](const char* text) {
+        ZBLog::appendLog("%@", std::string(text));
+        ZBLog::finishWriting();
+    };
+    fake.faults.refusePath(folder(), ENOSPC);
+    ZBLog::createNewLog();
+    log("one");
+    EXPECT_THAT(fake.console.printed(), Contains("Unable to log the following information: one"));
+    fake.faults.refusePath(folder(), 0);
+    log("two");
+    EXPECT_FALSE(fake.files.exists(folder())) << "not at every line";
+    fake.clock.advance(Seconds(10.0));
+    log("three");
+    log("four");
+    const std::vector<std::string> lines = split(contentOf(generation(1)), '\n');
+    ASSERT_EQ(lines.size(), 8U) << contentOf(generation(1));
+    EXPECT_THAT(lines, Contains(HasSubstr("Log started")).Times(1));
+    EXPECT_THAT(lines, Contains(HasSubstr("three")));
+    EXPECT_THAT(lines, Contains(HasSubstr("four")));
+}
+
 TEST_F(ZBLogTest, KeepsTheFirstName) {
     ZBLog::createNewLog("First");
     ZBLog::createNewLog("Second");
