@@ -120,6 +120,40 @@ TEST_F(MirrorTest, TakingAVersionUploadsItAndItComesBackTheSame) {
     }
 }
 
+// The numbers of a project begin anew when its versions are gone from the store.
+TEST_F(MirrorTest, NeitherAnUploadNorARemovalTouchesAnEarlierVersionOfTheSameName) {
+    ASSERT_EQ(programs.larkspan({"watch", "add", programs.work().str()}).status, 0);
+    const Path project = programs.work() / "Cut.fcp";
+    const auto take = [&](const char* content, std::chrono::minutes age,
+                          const std::vector<std::string>& expected) {
+        writeWhole(project, content);
+        fs::last_write_time(project.str(), fs::file_time_type::clock::now() - age);
+        EXPECT_EQ(programs.launchHelper({"--once"})->waitUntilExit(), 0);
+        const auto names = [&] {
+            std::vector<std::string> all;
+            for (const std::string& path : server.paths()) {
+                all.push_back(path.substr(path.rfind('/') + 1));
+            }
+            return all;
+        };
+        EXPECT_TRUE(waitFor([&] { return names() == expected; }))
+            << ::testing::PrintToString(names()) << programs.log();
+    };
+    take("one", std::chrono::minutes(30), {"Cut.00001.fcp.zip"});
+    const std::string first = server.paths().at(0);
+    const auto content = server.content(first);
+    fs::remove(programs.versionsOf("Cut").at(0).str());
+    take("two", std::chrono::minutes(20), {"Cut (2).00001.fcp.zip", "Cut.00001.fcp.zip"});
+    for (const auto& [key, value] : {std::pair{"backupManagementMinLimit", "1"},
+                                     {"currentBackupLimitSet", "1"},
+                                     {"currentBackupLimit", "1"},
+                                     {"removalType", "1"}}) {
+        prefer(key, value);
+    }
+    take("three", std::chrono::minutes(10), {"Cut.00001.fcp.zip", "Cut.00002.fcp.zip"});
+    EXPECT_EQ(server.content(first), content);
+}
+
 TEST_F(MirrorTest, AKilledUploadLeavesNothingBeyondTheNextStartOfTheHelper) {
     testing::RawServer silent({.readBytes = 100, .holds = true});
     prefer("syncContentAddress", "http://" + silent.host());
