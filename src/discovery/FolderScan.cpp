@@ -29,7 +29,7 @@ class FolderScan {
   public:
     FolderScan(const KnownProjects& known, const std::vector<ScannedFolder>& watched,
                std::optional<Seconds> atMost)
-        : known_(known), watched_(watched) {
+        : known_(known), targets_(watched) {
         if (atMost) deadline_ = uptime() + *atMost;
     }
 
@@ -39,14 +39,13 @@ class FolderScan {
             const bool isMeant = folder.withSubfolders == withSubfolders;
             if (isMeant && !folder.folder.empty() &&
                 !isIgnoredFolder(folder.folder.lastPathComponent()))
-                scan({i, 0, folder.folder}, folder.types, withSubfolders);
+                scan({i, 0, targets_.nameOf(folder.folder, folder.types)}, folder.types,
+                     withSubfolders);
         }
-        if (links_.empty()) return;
-        const LinkTargets targets(watched_);
         while (!links_.empty()) {
             const Link link = links_.front();
             links_.pop_front();
-            if (targets.isFollowed(link.place.path, link.types)) {
+            if (targets_.isFollowed(link.place.path, link.types)) {
                 scan(link.place, link.types, WithSubfolders::yes);
             }
         }
@@ -110,7 +109,7 @@ class FolderScan {
     }
 
     const KnownProjects& known_;
-    const std::vector<ScannedFolder>& watched_;
+    LinkTargets targets_;
     std::optional<Seconds> deadline_;
     std::atomic<bool> isTimeUp_ = false;
     std::map<std::vector<std::string>, std::unique_ptr<FolderWalk>> walks_;  // one for each types

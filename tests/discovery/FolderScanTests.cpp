@@ -138,6 +138,17 @@ TEST_F(FolderScanTest, FollowsNoLinkIntoWhatIsWatchedWithoutIt) {
     const auto paths = scanForProjects({{Path("/W/new"), {"fcp"}}}, {}, watched).projects;
     EXPECT_THAT(paths, ElementsAre(Path("/W/new/3/hidden.fcp"), Path("/W/new/4/shut.fcp"),
                                    Path("/W/new/5/other.fcp")));
+    // A folder is told by the name of a link.
+    file("/W/a/new/own/deep.fcp");
+    link("/W/a/out", "/X");
+    file("/X/deep/out.fcp");
+    for (const auto& [folder, project] :
+         {std::pair{"/W/new/1/new/own", "/Watched/a/new/own/deep.fcp"},
+          {"/W/a/new/own", "/W/a/new/own/deep.fcp"},
+          {"/W/new/2/out/deep", "/Watched/a/out/deep/out.fcp"}}) {
+        const ScannedFolder told{Path(folder), {"fcp"}, WithSubfolders::no};
+        EXPECT_THAT(scanForProjects({told}, {}, watched).projects, ElementsAre(Path(project)));
+    }
     fake.faults.refusePath(Path("/W/a"), EIO);
     EXPECT_EQ(scanForProjects({{Path("/W/new"), {"fcp"}}}, {}, watched).projects, paths);
 }

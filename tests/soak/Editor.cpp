@@ -200,7 +200,9 @@ void Editor::renameFolder() {
 void Editor::makeLink() {
     const fs::path link = someFolder() / newName("");
     if (dice_.chance(50)) {
-        fs::create_directory_symlink(dice_.of(folders_), link);
+        const fs::path known = dice_.of(folders_);
+        // Of two links to a folder elsewhere neither gives the better name.
+        if (fs::canonical(known) == known) fs::create_directory_symlink(known, link);
         return;
     }
     const fs::path outside = work_.parent_path() / "outside" / newName("");
