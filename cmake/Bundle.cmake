@@ -32,5 +32,11 @@ function(larkspan_bundle)
         target_link_libraries(Larkspan PRIVATE larkspan_sync_curl)
     endif()
     larkspan_program(LarkspanHelper larkspan_app src/app/main.cpp ${LARKSPAN_HELPER_BUNDLE})
+    # The helper is there all day: nothing is loaded that it does not use, and the C++ library only
+    # with what it does.
+    if(TARGET LarkspanHelper)
+        target_link_options(LarkspanHelper PRIVATE -Wl,--as-needed
+            $<$<CONFIG:Release>:-Wl,--gc-sections;-static-libstdc++;-static-libgcc>)
+    endif()
     file(CREATE_LINK MacOS/Larkspan ${LARKSPAN_BUNDLE}/Contents/Larkspan SYMBOLIC)
 endfunction()

@@ -5,6 +5,7 @@
 #include "platform/linux/ConsoleUser.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/TerminationSignals.h"
+#include "platform/posix/ZipArchives.h"
 #include "sync/curl/CurlClient.h"
 
 #include <csignal>
@@ -55,7 +56,7 @@ Path currentDirectory(platform::Files& files) {
 
 int runFrontEndOnLinux(const std::vector<std::string>& arguments) {
     HttpClient::choose(CurlClient::make);
-    platform::LinuxPlatform services;
+    platform::LinuxPlatform services({}, platform::ZipArchives::make);
     const platform::ScopedPlatform installed(services.platform());
     Output output(streamOn(STDOUT_FILENO, std::cout), streamOn(STDERR_FILENO, std::cerr));
     Context context{output, currentDirectory(services.platform().files),

@@ -96,6 +96,20 @@ TEST_F(HelperTest, APictureOfTheScreenStandsWithItsVersion) {
     EXPECT_TRUE(picture.shows(900, 300, blue));
 }
 
+TEST_F(HelperTest, LibrariesThatOnlySomeWorkNeedsAreNotThereAtRest) {
+    watchWork();
+    quietProject("one.fcp", "first project");
+    const auto helper = programs.startHelper();
+    ASSERT_TRUE(programs.waitForVersions("one", 1)) << programs.log();
+    const std::string maps =
+        readWhole(Path("/proc/" + std::to_string(helper->processID()) + "/maps"));
+    const auto isLoaded = [&](const char* library) { return maps.find(library) != maps.npos; };
+    EXPECT_TRUE(isLoaded("libgio"));
+    for (const char* library : {"libarchive", "libcurl", "libgdk_pixbuf", "libxcb"}) {
+        EXPECT_FALSE(isLoaded(library)) << library;
+    }
+}
+
 TEST_F(HelperTest, WithoutAScreenThereIsAVersionAndNoPicture) {
     watchWork();
     quietProject("one.prproj", "first project");

@@ -1,6 +1,7 @@
 #include "foundation/PropertyList.h"
 #include "platform/Archives.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "platform/posix/ZipArchives.h"
 #include "support/CloudServer.h"
 #include "support/Programs.h"
 #include "support/RawServer.h"
@@ -80,7 +81,7 @@ class MirrorTest : public ::testing::Test {
         return bytes;
     }
 
-    platform::LinuxPlatform system;
+    platform::LinuxPlatform system{{}, platform::ZipArchives::make};
     testing::Programs programs{system.platform().processes};
     CloudServer server;
 };

@@ -23,12 +23,27 @@
 #include "platform/posix/PosixFileStreams.h"
 #include "platform/posix/StandardStreams.h"
 #include "platform/posix/SystemClock.h"
-#include "platform/posix/ZipArchives.h"
+
+#include <cerrno>
 
 namespace larkspan::platform {
+namespace {
+
+class NoArchives final : public Archives {
+  public:
+    std::optional<Error> pack(const Path& source, const Path&, IncludeParent) override {
+        return posixError(ENOTSUP, "packing " + source.str());
+    }
+    std::optional<Error> unpack(const Path& archive, const Path&) override {
+        return posixError(ENOTSUP, "unpacking " + archive.str());
+    }
+};
+
+}  // namespace
 
 struct LinuxPlatform::Services {
-    explicit Services(ReportProblem report) : reportProblem(std::move(report)) {
+    Services(ReportProblem report, MakeArchives makeArchives)
+        : reportProblem(std::move(report)), archives(makeArchives(fileCalls)) {
         if (!reportProblem) {
             reportProblem = [this](const std::string& problem) { console.report(problem); };
         }
@@ -43,7 +58,7 @@ struct LinuxPlatform::Services {
     LinuxFiles files;
     LinuxFileCalls fileCalls;
     PosixFileStreams streams{fileCalls};
-    ZipArchives archives{fileCalls};
+    std::unique_ptr<Archives> archives;
     LinuxStandardPlaces places;
     LinuxTrash trash{files, places};
     LinuxBundles bundles;
@@ -62,7 +77,7 @@ struct LinuxPlatform::Services {
     Platform platform{.alerts = alerts,
                       .appleEvents = appleEvents,
                       .applications = applications,
-                      .archives = archives,
+                      .archives = *archives,
                       .bundles = bundles,
                       .clock = clock,
                       .connections = connections,
@@ -90,11 +105,15 @@ struct LinuxPlatform::Services {
     }
 };
 
-LinuxPlatform::LinuxPlatform(ReportProblem reportProblem)
-    : services_(std::make_unique<Services>(std::move(reportProblem))) {
+LinuxPlatform::LinuxPlatform(ReportProblem reportProblem, MakeArchives makeArchives)
+    : services_(std::make_unique<Services>(std::move(reportProblem), makeArchives)) {
     returnLargeMemory();
 }
 LinuxPlatform::~LinuxPlatform() = default;
+
+std::unique_ptr<Archives> LinuxPlatform::makeNone(const FileCalls&) {
+    return std::make_unique<NoArchives>();
+}
 
 Platform& LinuxPlatform::platform() {
     return services_->platform;

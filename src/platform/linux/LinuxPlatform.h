@@ -1,7 +1,9 @@
 #pragma once
 
+#include "platform/Archives.h"
 #include "platform/Platform.h"
 #include "platform/linux/LinuxMainThread.h"
+#include "platform/posix/FileCalls.h"
 
 #include <functional>
 #include <memory>
@@ -16,9 +18,12 @@ class LinuxPlatform {
     // Told, on any thread, in words what cannot be done as it should be, for example a folder that
     // cannot be watched.
     using ReportProblem = std::function<void(const std::string& problem)>;
+    // The archives use the calls, which outlive them.
+    using MakeArchives = std::unique_ptr<Archives> (*)(const FileCalls& calls);
 
-    // Problems go to the system console unless somebody wants to know.
-    explicit LinuxPlatform(ReportProblem reportProblem = {});
+    // Problems go to the system console unless somebody wants to know. Programs that pack or unpack
+    // say how (ZipArchives::make); the others do without the libraries for it.
+    explicit LinuxPlatform(ReportProblem reportProblem = {}, MakeArchives makeArchives = makeNone);
     LinuxPlatform(const LinuxPlatform&) = delete;
     LinuxPlatform& operator=(const LinuxPlatform&) = delete;
     ~LinuxPlatform();
@@ -27,6 +32,8 @@ class LinuxPlatform {
     LinuxMainThread& mainThread();
 
   private:
+    static std::unique_ptr<Archives> makeNone(const FileCalls& calls);
+
     struct Services;
     std::unique_ptr<Services> services_;
 };

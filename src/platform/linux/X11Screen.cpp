@@ -1,5 +1,6 @@
 #include "platform/linux/X11Screen.h"
 
+#include "platform/linux/ScreenLibraries.h"
 #include "platform/posix/FileDescriptor.h"
 
 #include <array>
@@ -7,26 +8,22 @@
 #include <memory>
 #include <vector>
 
-#include <X11/Xauth.h>
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <xcb/xcb.h>
 
 namespace larkspan::platform {
 namespace {
 
-template <auto release>
 struct Release {
-    template <class T>
-    void operator()(T* pointer) const {
-        release(pointer);
-    }
+    void operator()(void* reply) const { std::free(reply); }
+    void operator()(xcb_connection_t* connection) const { xcb().disconnect(connection); }
+    void operator()(Xauth* authority) const { xau().DisposeAuth(authority); }
 };
 template <class T>
-using Reply = std::unique_ptr<T, Release<std::free>>;
-using Connection = std::unique_ptr<xcb_connection_t, Release<xcb_disconnect>>;
-using Authority = std::unique_ptr<Xauth, Release<XauDisposeAuth>>;
+using Reply = std::unique_ptr<T, Release>;
+using Connection = std::unique_ptr<xcb_connection_t, Release>;
+using Authority = std::unique_ptr<Xauth, Release>;
 
 struct Display {
     int number = 0;
@@ -36,7 +33,7 @@ struct Display {
 std::optional<Display> localDisplay(const std::string& name) {
     char* host = nullptr;
     Display display;
-    if (!xcb_parse_display(name.c_str(), &host, &display.number, &display.screen)) {
+    if (!xcb().parse_display(name.c_str(), &host, &display.number, &display.screen)) {
         return std::nullopt;
     }
     const Reply<char> owned(host);
@@ -71,7 +68,7 @@ Authority authorityFor(const Display& display) {
     std::vector<char> kindText(kind.begin(), kind.end());
     char* kinds[] = {kindText.data()};
     const int lengths[] = {static_cast<int>(kind.size())};
-    return Authority(XauGetBestAuthByAddr(
+    return Authority(xau().GetBestAuthByAddr(
         localFamily, static_cast<unsigned short>(machine.size()), machine.c_str(),
         static_cast<unsigned short>(number.size()), number.c_str(), 1, kinds, lengths));
 }
@@ -86,30 +83,30 @@ Connection openConnection(FileDescriptor socket, const Display& display) {
                        .data = authority->data};
     }
     // Owns the socket from here on, also when it fails.
-    return Connection(xcb_connect_to_fd(socket.release(), authority ? &information : nullptr));
+    return Connection(xcb().connect_to_fd(socket.release(), authority ? &information : nullptr));
 }
 
 // Whether the server only shows X programs within a Wayland session. It has a picture of its own,
 // but not the user's.
 bool isWithinWayland(xcb_connection_t* connection) {
     constexpr std::string_view name = "XWAYLAND";
-    const Reply<xcb_query_extension_reply_t> extension(xcb_query_extension_reply(
-        connection, xcb_query_extension(connection, name.size(), name.data()), nullptr));
+    const Reply<xcb_query_extension_reply_t> extension(xcb().query_extension_reply(
+        connection, xcb().query_extension(connection, name.size(), name.data()), nullptr));
     return !extension || extension->present != 0;
 }
 
 const xcb_screen_t* screenOf(const xcb_setup_t* setup, int number) {
-    xcb_screen_iterator_t at = xcb_setup_roots_iterator(setup);
-    for (; at.rem > 0 && number > 0; --number) xcb_screen_next(&at);
+    xcb_screen_iterator_t at = xcb().setup_roots_iterator(setup);
+    for (; at.rem > 0 && number > 0; --number) xcb().screen_next(&at);
     return at.rem > 0 ? at.data : nullptr;
 }
 
 // The colours of the root window; null when its pixels are numbers in a table of colours.
 const xcb_visualtype_t* trueColours(const xcb_screen_t* screen) {
-    xcb_depth_iterator_t depth = xcb_screen_allowed_depths_iterator(screen);
-    for (; depth.rem > 0; xcb_depth_next(&depth)) {
-        xcb_visualtype_iterator_t visual = xcb_depth_visuals_iterator(depth.data);
-        for (; visual.rem > 0; xcb_visualtype_next(&visual)) {
+    xcb_depth_iterator_t depth = xcb().screen_allowed_depths_iterator(screen);
+    for (; depth.rem > 0; xcb().depth_next(&depth)) {
+        xcb_visualtype_iterator_t visual = xcb().depth_visuals_iterator(depth.data);
+        for (; visual.rem > 0; xcb().visualtype_next(&visual)) {
             if (visual.data->visual_id != screen->root_visual) continue;
             const bool isTrue = visual.data->_class == XCB_VISUAL_CLASS_TRUE_COLOR;
             return isTrue ? visual.data : nullptr;
@@ -121,8 +118,8 @@ const xcb_visualtype_t* trueColours(const xcb_screen_t* screen) {
 std::optional<PixelLayout> layoutOf(const xcb_setup_t* setup, const xcb_screen_t* screen) {
     const xcb_visualtype_t* colours = trueColours(screen);
     if (!colours) return std::nullopt;
-    xcb_format_iterator_t format = xcb_setup_pixmap_formats_iterator(setup);
-    for (; format.rem > 0; xcb_format_next(&format)) {
+    xcb_format_iterator_t format = xcb().setup_pixmap_formats_iterator(setup);
+    for (; format.rem > 0; xcb().format_next(&format)) {
         if (format.data->depth != screen->root_depth) continue;
         return PixelLayout{
             .size = {.width = screen->width_in_pixels, .height = screen->height_in_pixels},
@@ -137,25 +134,27 @@ std::optional<PixelLayout> layoutOf(const xcb_setup_t* setup, const xcb_screen_t
 }
 
 std::optional<RgbPixels> captureScreen(xcb_connection_t* connection, int number) {
-    const xcb_setup_t* setup = xcb_get_setup(connection);
+    const xcb_setup_t* setup = xcb().get_setup(connection);
     const xcb_screen_t* screen = screenOf(setup, number);
     const auto layout = screen ? layoutOf(setup, screen) : std::nullopt;
     if (!layout || isWithinWayland(connection)) return std::nullopt;
     constexpr std::uint32_t allPlanes = 0xFFFFFFFF;
-    const Reply<xcb_get_image_reply_t> image(xcb_get_image_reply(
+    const Reply<xcb_get_image_reply_t> image(xcb().get_image_reply(
         connection,
-        xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, screen->root, 0, 0,
-                      screen->width_in_pixels, screen->height_in_pixels, allPlanes),
+        xcb().get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, screen->root, 0, 0,
+                        screen->width_in_pixels, screen->height_in_pixels, allPlanes),
         nullptr));
     if (!image) return std::nullopt;
-    const auto* data = reinterpret_cast<const char*>(xcb_get_image_data(image.get()));
-    const int length = xcb_get_image_data_length(image.get());
+    const auto* data = reinterpret_cast<const char*>(xcb().get_image_data(image.get()));
+    const int length = xcb().get_image_data_length(image.get());
     return rgbPixels({data, static_cast<size_t>(length)}, *layout);
 }
 
 }  // namespace
 
 std::optional<RgbPixels> captureX11(const std::string& display, Alarm::Moment deadline) {
+    if (display.empty()) return std::nullopt;
+    if (!xcb().library.isComplete() || !xau().library.isComplete()) return std::nullopt;
     const auto place = localDisplay(display);
     if (!place) return std::nullopt;
     FileDescriptor socket = connectTo(*place);
@@ -165,7 +164,7 @@ std::optional<RgbPixels> captureX11(const std::string& display, Alarm::Moment de
     if (!line) return std::nullopt;
     const Alarm alarm(deadline, [&line] { ::shutdown(line.get(), SHUT_RDWR); });
     const Connection connection = openConnection(std::move(socket), *place);
-    if (xcb_connection_has_error(connection.get()) != 0) return std::nullopt;
+    if (xcb().connection_has_error(connection.get()) != 0) return std::nullopt;
     return captureScreen(connection.get(), place->screen);
 }
 

@@ -4,6 +4,7 @@
 #include "platform/posix/FileCalls.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 namespace larkspan::platform {
@@ -23,6 +24,10 @@ class ZipArchives final : public Archives {
     // The calls must outlive this.
     explicit ZipArchives(const FileCalls& calls, const ArchiveLimits& limits = {})
         : calls_(calls), limits_(limits) {}
+
+    static std::unique_ptr<Archives> make(const FileCalls& calls) {
+        return std::make_unique<ZipArchives>(calls);
+    }
 
     std::optional<Error> pack(const Path& source, const Path& archive,
                               IncludeParent includeParent) override;

@@ -1,0 +1,20 @@
+#include "platform/linux/ScreenLibraries.h"
+
+namespace larkspan::platform {
+
+const XcbLibrary& xcb() {
+    static const XcbLibrary library;
+    return library;
+}
+
+const XauLibrary& xau() {
+    static const XauLibrary library;
+    return library;
+}
+
+const PixbufLibrary& pixbuf() {
+    static const PixbufLibrary library;
+    return library;
+}
+
+}  // namespace larkspan::platform
