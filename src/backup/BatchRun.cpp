@@ -54,11 +54,12 @@ struct BatchRun::Candidate {
     const ProjectEntry& entry;
     Path project;
     platform::FileInfo file;
-    Path folder;
+    const Path& root;  // of the store
     std::string folderName;
     std::optional<NewestVersion> newest;
 
-    Path versions() const { return folder / storelayout::versionsName; }
+    Path folder() const { return root / folderName; }
+    Path versions() const { return folder() / storelayout::versionsName; }
     Newness newness() const {
         if (!newest) return Newness::newer;
         const Newness byDate = larkspan::newness(file.modificationDate, newest->modificationDate);
@@ -66,9 +67,9 @@ struct BatchRun::Candidate {
     }
     // Than the newest version, if that is a copy and no rendition. docs/behaviour.md, own 30
     bool hasOtherSize() const {
-        const bool isCopy = caseInsensitiveCompare(Path(newest->name).pathExtension(),
-                                                   project.pathExtension()) == 0;
-        return file.isFile() && isCopy && newest->size != file.size;
+        return file.isFile() && newest->size != file.size &&
+               caseInsensitiveCompare(Path(newest->name).pathExtension(),
+                                      project.pathExtension()) == 0;
     }
 };
 
@@ -117,11 +118,10 @@ void BatchRun::processProject(Run& run, const ProjectEntry& entry, Path project)
         run.unreadable.insert(std::move(folderName));
         return;
     }
-    const Path folder = run.listing.root / folderName;
     considerVersion(run, {.entry = entry,
                           .project = std::move(project),
                           .file = *file,
-                          .folder = folder,
+                          .root = run.listing.root,
                           .folderName = std::move(folderName),
                           .newest = std::move(*newest)});
 }
@@ -194,7 +194,7 @@ void BatchRun::takeVersion(Run& run, const Candidate& candidate, Verdict verdict
     run.versioned.push_back(candidate.folderName);
     if (!candidate.newest) return;
     ++run.backedUp;
-    run.processed.push_back(candidate.folder);
+    run.processed.push_back(candidate.folder());
     run.processedNames.insert(candidate.folderName);
     if (isNotificationDue(run.backedUp)) postFilesBackedUp();
 }

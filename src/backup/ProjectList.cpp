@@ -30,22 +30,27 @@ std::optional<ProjectEntry> entryOf(const Value& settings, const std::string& fo
 
 ProjectList::Seen ProjectList::seen(const platform::FileInfo& info) const {
     const Date newest = std::max(info.modificationDate, info.attributeChangeDate);
-    return {info, secondsBetween(newest, clock_.now()) > coarsestDates};
+    return {stateOf(info), secondsBetween(newest, clock_.now()) > coarsestDates};
 }
 
-bool ProjectList::isUnchanged(const std::optional<Seen>& before, const platform::FileInfo& now) {
-    if (!before || !before->settled) return false;
-    const platform::FileInfo& then = before->info;
-    return then.identity == now.identity && then.size == now.size &&
-           then.modificationDate == now.modificationDate &&
-           then.attributeChangeDate == now.attributeChangeDate;
+ProjectList::State ProjectList::stateOf(const platform::FileInfo& info) {
+    return {info.identity, info.size, info.modificationDate, info.attributeChangeDate};
 }
 
+bool ProjectList::isUnchanged(const std::optional<Seen>& before, const State& now) {
+    return before && before->settled && before->state == now;
+}
+
+// A run asks for the projects in their order, several times for each.
 ProjectList::Known& ProjectList::known(const std::string& folderName) {
-    if (!asked_ || asked_->first != folderName) {
-        asked_ = &*known_.try_emplace(folderName).first;
+    for (const size_t place : {asked_, asked_ + 1}) {
+        if (place >= listed_.size() || listed_[place]->first != folderName) continue;
+        asked_ = place;
+        return listed_[place]->second;
     }
-    return asked_->second;
+    Known& known = known_.try_emplace(folderName).first->second;
+    asked_ = known.place;
+    return known;
 }
 
 Result<ProjectListing> ProjectList::list(const Path& root, Look look) {
@@ -56,7 +61,6 @@ Result<ProjectListing> ProjectList::list(const Path& root, Look look) {
     if (!store) return store.error();
     if (root != root_) {
         listed_.clear();
-        asked_ = nullptr;
         known_.clear();
         rootFolder_.reset();
     }
@@ -81,18 +85,23 @@ Result<ProjectListing> ProjectList::list(const Path& root, Look look) {
 std::optional<Error> ProjectList::listStore(platform::Folder& store, Look look) {
     ++listings_;
     const auto info = store.info();
-    if (look == Look::atTheStoreFolder && info && isUnchanged(rootFolder_, *info)) return {};
+    if (look == Look::atTheStoreFolder && info && isUnchanged(rootFolder_, stateOf(*info)))
+        return {};
     const auto entries = store.entries([](std::string_view, platform::EntryKind kind) {
         return kind != platform::EntryKind::file;
     });
     if (!entries) return entries.error();
     bool isReadable = true;
-    listed_.clear();
-    asked_ = nullptr;
+    const std::vector<KnownProject*> before = std::exchange(listed_, {});
+    listed_.reserve(entries->size());
+    size_t next = 0;  // of those before, which mostly come in the same order
     for (const platform::DirectoryEntry& entry : *entries) {
-        KnownProject& project = *known_.try_emplace(entry.name).first;
+        const bool isNext = next < before.size() && before[next]->first == entry.name;
+        KnownProject& project = isNext ? *before[next] : *known_.try_emplace(entry.name).first;
         Known& known = project.second;
+        if (known.metIn != 0) next = known.place + 1;
         known.metIn = listings_;
+        known.place = listed_.size();
         readSettings(store, entry.name, known);
         listed_.push_back(&project);
         isReadable = isReadable && !known.isUnreadable;
@@ -108,7 +117,7 @@ void ProjectList::readSettings(platform::Folder& store, const std::string& folde
     const std::string file = folderName + "/" + storelayout::settingsName;
     const auto info = store.info(file);
     if (!info && !isMissing(info.error())) return settingsFailed(folderName, known, info.error());
-    if (info && isUnchanged(known.settings, *info)) {
+    if (info && isUnchanged(known.settings, stateOf(*info))) {
         known.isUnreadable = false;
         return;
     }
@@ -166,7 +175,7 @@ std::optional<Error> ProjectList::lookAtVersions(platform::Folder& store,
     const auto info = store.info(versionsFolder);
     if (!info && !isMissing(info.error())) return info.error();
     known.versionsLookedAtIn = listings_;
-    if (info && isUnchanged(known.versions, *info)) return {};
+    if (info && isUnchanged(known.versions, stateOf(*info))) return {};
     known.versions.reset();
     known.newestName.reset();
     known.versionCount = 0;
@@ -204,7 +213,7 @@ bool ProjectList::hasNothingToRemove(platform::Folder& store, const std::string&
         known.versionsForRetention = seen(*info);
     }
     return known.versionsForRetention && known.quiet && known.quiet->rules == rules &&
-           isUnchanged(known.quiet->versions, known.versionsForRetention->info) &&
+           isUnchanged(known.quiet->versions, known.versionsForRetention->state) &&
            clock_.now() < known.quiet->until;
 }
 
@@ -241,7 +250,7 @@ void ProjectList::noteSettled(const std::string& folderName, const platform::Fil
 
 bool ProjectList::isSettled(const std::string& folderName, const platform::FileInfo& project) {
     const std::lock_guard lock(mutex_);
-    return isUnchanged(known(folderName).settledProject, project);
+    return isUnchanged(known(folderName).settledProject, stateOf(project));
 }
 
 }  // namespace larkspan

@@ -98,9 +98,18 @@ class ProjectList {
     bool isSettled(const std::string& folderName, const platform::FileInfo& project);
 
   private:
-    // The state of a file or folder when it was read.
+    // What changes with a file or folder.
+    struct State {
+        platform::FileIdentity identity;
+        std::uint64_t size = 0;
+        Date modificationDate;
+        Date attributeChangeDate;
+
+        friend bool operator==(const State&, const State&) = default;
+    };
+    // The state when it was read.
     struct Seen {
-        platform::FileInfo info;
+        State state;
         bool settled = false;  // old enough to be trusted
     };
     struct Quiet {
@@ -120,13 +129,15 @@ class ProjectList {
         std::optional<Seen> settledProject;
         long versionsLookedAtIn = 0;  // the number of the listing
         long metIn = 0;               // the same
+        size_t place = 0;             // in listed_
     };
 
     using KnownProject = std::pair<const std::string, Known>;
 
     Known& known(const std::string& folderName);
     Seen seen(const platform::FileInfo& info) const;
-    static bool isUnchanged(const std::optional<Seen>& before, const platform::FileInfo& now);
+    static State stateOf(const platform::FileInfo& info);
+    static bool isUnchanged(const std::optional<Seen>& before, const State& now);
     std::optional<Error> listStore(platform::Folder& store, Look look);
     void readSettings(platform::Folder& store, const std::string& folderName, Known& known);
     void settingsFailed(const std::string& folderName, Known& known, const Error& error);
@@ -146,7 +157,7 @@ class ProjectList {
     long listings_ = 0;
     std::unordered_map<std::string, Known> known_;  // by the names of the projects' folders
     std::vector<KnownProject*> listed_;             // of those, in the order of the last listing
-    KnownProject* asked_ = nullptr;                 // the last one: questions come in rows
+    size_t asked_ = 0;                              // place in it of the last one asked for
 };
 
 }  // namespace larkspan
