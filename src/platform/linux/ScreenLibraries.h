@@ -11,8 +11,10 @@ namespace larkspan::platform {
 // The libraries that pictures of the screen take, loaded by the first picture. Their functions have
 // the names of the libraries without the prefix; none may be called where isComplete() is false.
 
+// NOLINTBEGIN(bugprone-macro-parentheses)
 #define LARKSPAN_FUNCTION(prefix, name) \
     decltype(&::prefix##name) name = library.function<decltype(&::prefix##name)>(#prefix #name)
+// NOLINTEND(bugprone-macro-parentheses)
 
 struct XcbLibrary {
     SharedLibrary library{"libxcb.so.1"};
