@@ -53,6 +53,15 @@ ProjectList::Known& ProjectList::known(const std::string& folderName) {
     return known;
 }
 
+const std::string& ProjectList::pathOf(std::initializer_list<std::string_view> names) {
+    path_.clear();
+    for (const std::string_view name : names) {
+        if (!path_.empty()) path_ += '/';
+        path_ += name;
+    }
+    return path_;
+}
+
 Result<ProjectListing> ProjectList::list(const Path& root, Look look) {
     const std::lock_guard lock(mutex_);
     ProjectListing listing{.root = root, .store = nullptr, .projects = {}, .unreadable = {}};
@@ -114,7 +123,7 @@ std::optional<Error> ProjectList::listStore(platform::Folder& store, Look look) 
 
 void ProjectList::readSettings(platform::Folder& store, const std::string& folderName,
                                Known& known) {
-    const std::string file = folderName + "/" + storelayout::settingsName;
+    const std::string& file = pathOf({folderName, storelayout::settingsName});
     const auto info = store.info(file);
     if (!info && !isMissing(info.error())) return settingsFailed(folderName, known, info.error());
     if (info && isUnchanged(known.settings, stateOf(*info))) {
@@ -160,7 +169,7 @@ Result<std::optional<NewestVersion>> ProjectList::newestVersion(platform::Folder
     if (const auto error = lookAtVersions(store, folderName, known)) return *error;
     if (!known.newestName) return std::optional<NewestVersion>();
     const auto version =
-        store.info(folderName + "/" + storelayout::versionsName + "/" + *known.newestName);
+        store.info(pathOf({folderName, storelayout::versionsName, *known.newestName}));
     if (!version && !isMissing(version.error())) return version.error();
     // A dangling link reads as the oldest date there is, so that the project counts as newer and
     // nothing is missed.
@@ -171,7 +180,7 @@ Result<std::optional<NewestVersion>> ProjectList::newestVersion(platform::Folder
 
 std::optional<Error> ProjectList::lookAtVersions(platform::Folder& store,
                                                  const std::string& folderName, Known& known) {
-    const std::string versionsFolder = folderName + "/" + storelayout::versionsName;
+    const std::string& versionsFolder = pathOf({folderName, storelayout::versionsName});
     const auto info = store.info(versionsFolder);
     if (!info && !isMissing(info.error())) return info.error();
     known.versionsLookedAtIn = listings_;
@@ -209,7 +218,7 @@ bool ProjectList::hasNothingToRemove(platform::Folder& store, const std::string&
     known.versionsForRetention.reset();
     if (known.versions && known.versionsLookedAtIn == listings_) {
         known.versionsForRetention = known.versions;
-    } else if (const auto info = store.info(folderName + "/" + storelayout::versionsName)) {
+    } else if (const auto info = store.info(pathOf({folderName, storelayout::versionsName}))) {
         known.versionsForRetention = seen(*info);
     }
     return known.versionsForRetention && known.quiet && known.quiet->rules == rules &&

@@ -10,6 +10,7 @@
 #include "platform/Files.h"
 
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -135,6 +136,8 @@ class ProjectList {
     using KnownProject = std::pair<const std::string, Known>;
 
     Known& known(const std::string& folderName);
+    // The names joined with "/", good until the next call: thousands of paths take no memory each.
+    const std::string& pathOf(std::initializer_list<std::string_view> names);
     Seen seen(const platform::FileInfo& info) const;
     static State stateOf(const platform::FileInfo& info);
     static bool isUnchanged(const std::optional<Seen>& before, const State& now);
@@ -152,7 +155,8 @@ class ProjectList {
     platform::Clock& clock_;
     Complaint complain_;
     std::mutex mutex_;
-    Path root_;  // of what is remembered
+    std::string path_;  // pathOf()
+    Path root_;         // of what is remembered
     std::optional<Seen> rootFolder_;
     long listings_ = 0;
     std::unordered_map<std::string, Known> known_;  // by the names of the projects' folders
