@@ -89,10 +89,10 @@ Value description(const std::vector<ScannedFolder>& folders) {
 std::vector<Path> ProjectDiscovery::populateProjectsFromWatchFolders(
     const Known& known, const std::optional<Path>& path) {
     const Preferences preferences = Preferences::frontEnd();
-    const std::vector<WatchFolder> folders = discoveryFolders(preferences, path);
+    const std::vector<WatchFolder> watched = discoveryFolders(preferences, std::nullopt);
+    const auto folders = path ? discoveryFolders(preferences, path) : watched;
     ZBLog::appendLog("Populating projects from folders: %@", description(folders));
-    return registerProjects(wholeFolders(folders), known,
-                            wholeFolders(discoveryFolders(preferences, std::nullopt)),
+    return registerProjects(wholeFolders(folders), known, wholeFolders(watched),
                             showAlerts(preferences));
 }
 

@@ -6,7 +6,6 @@
 #include "foundation/Text.h"
 #include "kit/ZBException.h"
 #include "platform/Clock.h"
-#include "platform/Files.h"
 #include "platform/Platform.h"
 
 #include <algorithm>

@@ -105,8 +105,8 @@ class ZBTaskEx {
     void asyncDataFromTask(const Path& path, const Arguments& arguments, Delegate delegate,
                            const std::optional<Environment>& environment = std::nullopt);
 
-    // Ends an asynchronous run: its output is no longer read, the delegate is let go and not
-    // called again, the process is asked to end. Any thread, also from the delegate.
+    // Ends an asynchronous run: reading its output ends, the delegate is let go and not called
+    // again, the process is asked to end. Any thread, also from the delegate.
     void terminateTask() { terminateAsyncTask(); }
     void terminateAsyncTask();
 

@@ -39,8 +39,8 @@ class Applications {
 
     virtual int currentProcessID() const = 0;
 
-    // Kills the application without asking it. False when it is gone, no longer the same, or not
-    // ours to kill. Any thread.
+    // Kills the application without asking it. False when it is gone, when its process identifier
+    // belongs to another one, or when it is not ours to kill. Any thread.
     virtual bool forceTerminate(const RunningApplication& application) = 0;
 
     // Path of an installed application's bundle; empty when none is known. Any thread.

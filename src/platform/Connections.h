@@ -59,8 +59,8 @@ class Connections {
 
     virtual ~Connections() = default;
 
-    // Serves an object under a name; main thread only. A name that a process that no longer runs
-    // left behind is taken over; when another process serves it, alreadyServed.
+    // Serves an object under a name; main thread only. A name that a process left behind when it
+    // ended is taken over; when another process serves it, alreadyServed.
     virtual Result<std::unique_ptr<Service>> serve(const std::string& name,
                                                    ServedObject object) = 0;
 

@@ -10,7 +10,7 @@ class DockTile {
   public:
     virtual ~DockTile() = default;
 
-    // Shows how far the program has come, from 0 to 1; without a value, no longer anything.
+    // Shows how far the program has come, from 0 to 1; without a value, shows nothing.
     virtual void showProgress(std::optional<double> progress) = 0;
 };
 

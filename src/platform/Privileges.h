@@ -15,7 +15,7 @@ namespace larkspan::platform {
 enum class WaitForOutput { no, yes };
 // Where a person may be asked: wherever one is, or only at a desktop.
 enum class Asking { anywhere, atDesktop };
-// Whether whoever asks no longer waits for the answer.
+// Whether whoever asks has stopped waiting for the answer.
 using GivenUp = std::function<bool()>;
 
 // The right to act with administrator rights, given up when destroyed. Any thread.

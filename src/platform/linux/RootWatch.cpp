@@ -130,7 +130,7 @@ void RootWatch::mark(size_t root, Look look) {
     roots_[root].look = std::max(roots_[root].look, look);
 }
 
-// The folder of an earlier root that is no longer watched may lie below a later one, too.
+// The folder that an earlier root lost may lie below a later one, too.
 void RootWatch::markLater(size_t root) {
     for (size_t later = root + 1; later < roots_.size(); ++later) mark(later, Look::wholeTree);
 }
